@@ -1,0 +1,4 @@
+# Warnings are on for every target of the project; the build is kept free of them.
+function(timekernel_warnings target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra)
+endfunction()

@@ -1,0 +1,15 @@
+// The C boundary. Each export converts its arguments, runs its cycle inside one try, ends the cycle the same way
+// on every path (CycleGuard), and turns every failure into -1. Nothing thrown inside may reach the host.
+#include "TimeKernel.h"
+#include "cycle/ElementListing.h"
+#include "cycle/TheKernel.h"
+
+extern "C" TIMEKERNEL_API int32_t TimeKernelElementID(const char* path, int32_t* ids, int32_t* count) {
+  try {
+    Zarn::CycleGuard cycle;
+    Zarn::listElementIds(path, ids, count);
+    return 0;
+  } catch (...) {
+    return -1;
+  }
+}

@@ -1,0 +1,7 @@
+#include "cycle/TheKernel.h"
+
+namespace Zarn {
+
+ReadTimeKernel theKernel;
+
+}  // namespace Zarn

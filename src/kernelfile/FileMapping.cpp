@@ -1,0 +1,172 @@
+#include "kernelfile/FileMapping.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "kernelfile/Checked.h"
+
+namespace Zarn {
+
+std::int64_t memoryBudget = 0;
+
+std::int64_t availableMemory() {
+  const platform::Calls& sys = platform::calls();
+  std::int64_t figure = 0;
+  if (memoryBudget < 1) {
+    return sys.availableMemory(&figure) ? figure : 0;
+  }
+  std::int64_t used = 0;
+  if (!sys.processMemoryUse(&used)) used = 0;
+  return used >= memoryBudget ? 0 : memoryBudget - used;
+}
+
+std::int64_t windowSizeFor(std::int64_t available) {
+  constexpr std::int64_t kFloor = 0x100000;  // 1 MiB: even with no memory to spare, views stay a useful size
+  const double share = static_cast<double>(available) * 0.3;
+  // A double beyond the int64 range cannot be converted; no machine has that much memory, so clamp.
+  const std::int64_t window = share >= 9.2e18 ? INT64_MAX : static_cast<std::int64_t>(share);
+  return std::max(window, kFloor);
+}
+
+FileMapping::~FileMapping() { FileMapping::close(); }
+
+void FileMapping::open(const std::string& name, std::int64_t requestedSize) {
+  if (&name != &fileName_) fileName_ = name;
+  platform::FileHandle handle;
+  if (!platform::calls().openExisting(fileName_.c_str(), &handle)) {
+    file_ = platform::FileHandle{};
+    close();
+    return;
+  }
+  file_ = handle;
+  std::int64_t size = 0;
+  if (!platform::calls().fileSize(file_, &size) || size < 0) size = 0;
+  fileSize_ = size;
+  mappingSize_ = requestedSize != 0 ? requestedSize : (fileSize_ != 0 ? fileSize_ : windowSize);
+  if (mappingSize_ != 0) createMapping(mappingSize_);
+}
+
+// Creates the mapping of `size` bytes. As with a system mapping object that is larger than its file, the file is
+// lengthened to `size`. A lengthening beyond the free space of the file system is refused, and so is a negative
+// size: the mapping then does not exist and every read of this call is dropped.
+void FileMapping::createMapping(std::int64_t size) {
+  mappingOpen_ = false;
+  if (size <= 0 || !file_.isOpen) return;
+  std::int64_t current = 0;
+  if (!platform::calls().fileSize(file_, &current)) return;
+  if (size > current) {
+    std::int64_t freeBytes = 0;
+    if (!platform::calls().freeDiskSpace(file_, &freeBytes) || size - current > freeBytes) return;
+    if (!platform::calls().extendFile(file_, size)) return;
+  }
+  mappingOpen_ = true;
+}
+
+void FileMapping::closeMapping() { mappingOpen_ = false; }
+
+void FileMapping::unmapView() {
+  if (view_ != nullptr && !borrowed_) platform::calls().unmapView(view_, viewSize_);
+  view_ = nullptr;
+  viewOffset_ = 0;
+  viewSize_ = 0;
+}
+
+void FileMapping::close() {
+  unmapView();
+  closeMapping();
+  if (file_.isOpen && !borrowed_) platform::calls().closeFile(file_);
+  file_ = platform::FileHandle{};
+  borrowed_ = false;
+  position_ = 0;
+  fileSize_ = 0;
+  viewOffset_ = 0;
+  viewSize_ = 0;
+  mappingSize_ = 0;
+  windowSize = kClosedWindowSize;
+  fileName_.clear();
+}
+
+std::uint32_t FileMapping::seek(std::int64_t offset, int whence) {
+  std::int64_t target = 0;
+  bool ok;
+  if (whence == 1) {
+    ok = checkedAdd(position_, offset, &target);
+  } else if (whence == 0) {
+    target = offset;
+    ok = true;
+  } else {
+    ok = offset != INT64_MIN && checkedAdd(fileSize_, -offset, &target);
+  }
+  // A position that cannot be represented is parked where no view can be made: every read there is dropped.
+  position_ = ok ? target : -1;
+  fileSize_ = std::max(fileSize_, position_);
+  return fileSize_ > mappingSize_ ? 0xFFFFFFFFu : 0u;
+}
+
+bool FileMapping::viewCovers(std::int64_t offset, std::int64_t n) const {
+  if (offset < viewOffset_) return false;
+  return offset - viewOffset_ <= viewSize_ - n && view_ != nullptr;
+}
+
+void FileMapping::growMapping(std::int64_t n) {
+  std::int64_t end = 0;
+  if (!checkedAdd(n, position_, &end) || end <= mappingSize_) return;
+  mappingSize_ = end;
+  unmapView();
+  closeMapping();
+  createMapping(mappingSize_);
+}
+
+void FileMapping::ensureView(std::int64_t n) {
+  std::int64_t end = 0;
+  if (n < 0 || position_ < 0 || !checkedAdd(position_, n, &end)) {
+    // Nothing can be mapped at a negative position or past the largest offset; the read is dropped.
+    unmapView();
+    return;
+  }
+  growMapping(n);
+  if (!mappingOpen_) {
+    view_ = nullptr;
+    return;
+  }
+  std::int64_t size = std::min(std::max(n, windowSize), mappingSize_ - position_);
+  if (viewCovers(position_, n)) return;
+  unmapView();
+  const std::int64_t r = position_ % kViewGranularity;
+  viewOffset_ = position_ - r;
+  size += r;
+  viewSize_ = size;
+  view_ = static_cast<unsigned char*>(platform::calls().mapView(file_, viewOffset_, viewSize_));
+}
+
+const unsigned char* FileMapping::take(std::int64_t n) {
+  ensureView(n);
+  if (view_ == nullptr) return nullptr;
+  const unsigned char* p = view_ + (position_ - viewOffset_);
+  seek(n, 1);
+  return p;
+}
+
+bool FileMapping::read(void* destination, std::int64_t n) {
+  const unsigned char* p = take(n);
+  if (p == nullptr) return false;
+  if (n > 0) std::memcpy(destination, p, static_cast<size_t>(n));
+  return true;
+}
+
+void FileMapping::borrowFrom(const FileMapping& source) {
+  close();
+  view_ = source.view_;
+  file_ = source.file_;
+  mappingOpen_ = source.mappingOpen_;
+  borrowed_ = true;
+  position_ = source.position_;
+  fileSize_ = source.fileSize_;
+  viewOffset_ = source.viewOffset_;
+  viewSize_ = source.viewSize_;
+  mappingSize_ = source.mappingSize_;
+  windowSize = source.windowSize;
+  fileName_ = source.fileName_;
+}
+
+}  // namespace Zarn

@@ -1,0 +1,104 @@
+// FileMapping: the kernel file seen through one sliding, memory-mapped window.
+//
+// There is no read call that copies through a stream. A reader asks for n bytes to be in view (`ensureView`),
+// takes a pointer into the view, advances the position by n and copies the bytes out; `read` and `take` do
+// exactly that. Only one view exists at a time; a large window keeps remaps rare, so a small file is in practice
+// one view from its first read to its last.
+//
+// Reading past the end of the file is not an error: the mapping is made larger, which lengthens the file on disk
+// with zero bytes, and what is read there is zeros. A read for which no view can be made (the mapping or the view
+// call failed, the position is negative, the size would overflow, or the disk has no room for the lengthening) is
+// silently dropped: nothing is copied, the position does not move, the destination keeps what it held.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "kernelfile/platform.h"
+
+namespace Zarn {
+
+class FileMapping {
+ public:
+  // Views start on multiples of this many bytes. Windows requires its views to start on 64 KiB boundaries; the
+  // POSIX layer uses the same value so both behave alike.
+  static constexpr std::int64_t kViewGranularity = 65536;
+  // `windowSize` when constructed or closed; the owner sets the real figure after every `open`.
+  static constexpr std::int64_t kClosedWindowSize = 1024;
+
+  FileMapping() = default;
+  virtual ~FileMapping();
+  FileMapping(const FileMapping&) = delete;
+  FileMapping& operator=(const FileMapping&) = delete;
+
+  // Opens an existing file for reading and writing and creates its mapping. The mapping's size is
+  // `requestedSize` if non-zero, else the file's size, else `windowSize` (which lengthens an empty file).
+  // There is no result: success shows as `isOpen()`. A failed open leaves the object closed.
+  void open(const std::string& name, std::int64_t requestedSize);
+  virtual void close();
+  bool isOpen() const { return file_.isOpen; }
+
+  // Moves the logical position. whence 0: to `offset`; 1: by `offset`; any other value: to fileSize - offset.
+  // Raises `fileSize` to the new position when it passes it. Maps nothing and touches no file. Returns 0, or
+  // 0xFFFFFFFF when fileSize now exceeds the mapping (only the next ensureView grows the mapping).
+  std::uint32_t seek(std::int64_t offset, int whence);
+
+  // Afterwards either `view()` is null and nothing may be read, or the view covers n bytes from `position()`.
+  // Neither outcome is an error. A read that passes the end of the mapping first grows the mapping (and the
+  // file) to exactly position + n.
+  void ensureView(std::int64_t n);
+
+  // The calling order of every field read: ensureView(n); with no view, stop (false, destination untouched);
+  // else copy n bytes from the current position to `destination` and advance by n.
+  bool read(void* destination, std::int64_t n);
+  // Like `read`, but hands out the pointer instead of copying: non-owning, valid until the next ensureView,
+  // read, take or close. Null when no view could be made (the position then does not move).
+  const unsigned char* take(std::int64_t n);
+
+  // Makes this object share `source`'s open file and view without owning them: its close() forgets them
+  // instead of releasing them, so the source stays valid. Used by the kernel's deep clone.
+  void borrowFrom(const FileMapping& source);
+
+  const void* view() const { return view_; }
+  std::int64_t position() const { return position_; }
+  std::int64_t fileSize() const { return fileSize_; }
+  std::int64_t viewOffset() const { return viewOffset_; }
+  std::int64_t viewSize() const { return viewSize_; }
+  std::int64_t mappingSize() const { return mappingSize_; }
+  bool hasMapping() const { return mappingOpen_; }
+  const std::string& fileName() const { return fileName_; }
+
+  // Smallest view to map. The owner sets it after open from the available memory (see windowSizeFor).
+  std::int64_t windowSize = kClosedWindowSize;
+
+ private:
+  void growMapping(std::int64_t n);
+  void createMapping(std::int64_t size);
+  void closeMapping();
+  void unmapView();
+  bool viewCovers(std::int64_t offset, std::int64_t n) const;
+
+  unsigned char* view_ = nullptr;  // start of the mapped view; null when none is mapped
+  platform::FileHandle file_;      // the open file
+  bool mappingOpen_ = false;       // a mapping of mappingSize_ bytes exists (the file is at least that long)
+  bool borrowed_ = false;          // the file and view belong to another FileMapping (see borrowFrom)
+  std::int64_t position_ = 0;      // logical read position, a byte offset from the start of the file
+  std::int64_t fileSize_ = 0;      // the file's size at open; afterwards a high-water mark raised by seek
+  std::int64_t viewOffset_ = 0;    // file offset of the byte at view_ (a multiple of kViewGranularity)
+  std::int64_t viewSize_ = 0;      // bytes mapped at view_
+  std::int64_t mappingSize_ = 0;   // size of the mapping
+  std::string fileName_;           // path of the file
+};
+
+// The process-wide memory budget in bytes. Zero at load; nothing in the library sets it. When it is 1 or more,
+// availableMemory() reports what of it this process has not used yet (tests use it to force a small window).
+extern std::int64_t memoryBudget;
+
+// Memory the library may plan with, in bytes: with no budget set, the smaller of the available physical and
+// virtual memory; with a budget, the budget less this process's use (0 once it is used up). 0 when unknown.
+std::int64_t availableMemory();
+
+// The window for a freshly opened file: 30% of the available memory, and never below 1 MiB.
+std::int64_t windowSizeFor(std::int64_t available);
+
+}  // namespace Zarn

@@ -1,0 +1,49 @@
+// The operating-system calls of the library, behind one small table.
+//
+// Everything the library asks of the system (open a file, its size, lengthen it, map and unmap a view, close,
+// memory figures, free disk space) goes through `platform::calls()`. One file per system fills the table
+// (platform_posix.cpp, platform_win32.cpp); no other file includes a system header for these calls. Tests may
+// replace entries of the table to make "the mapping call fails" happen on demand, and restore the defaults with
+// `resetCalls()`.
+#pragma once
+
+#include <cstdint>
+
+namespace Zarn::platform {
+
+// An open file. `value` is the system's own handle; `isOpen` tells whether it stands for a file.
+struct FileHandle {
+  std::intptr_t value = -1;
+  bool isOpen = false;
+};
+
+struct Calls {
+  // Opens an existing file for reading and writing (shared with other readers and writers). False when it
+  // cannot be opened; `*file` is then untouched.
+  bool (*openExisting)(const char* path, FileHandle* file);
+  // The file's size in bytes, or false.
+  bool (*fileSize)(FileHandle file, std::int64_t* size);
+  // Makes the file at least `size` bytes long, the new bytes zero; never shortens it. False when it cannot.
+  bool (*extendFile)(FileHandle file, std::int64_t size);
+  // Free bytes on the file system that holds the file, or false when unknown.
+  bool (*freeDiskSpace)(FileHandle file, std::int64_t* bytes);
+  // Maps `size` bytes of the file from `offset` (a multiple of 65,536) for reading and writing, shared with the
+  // file. Null when it cannot.
+  void* (*mapView)(FileHandle file, std::int64_t offset, std::int64_t size);
+  // Releases a view made by mapView.
+  void (*unmapView)(void* view, std::int64_t size);
+  void (*closeFile)(FileHandle file);
+  // The smaller of the physical and the virtual memory that is available now, in bytes; or false.
+  bool (*availableMemory)(std::int64_t* bytes);
+  // This process's memory use in bytes: the larger of its committed and its resident figures; or false.
+  bool (*processMemoryUse)(std::int64_t* bytes);
+};
+
+// The table in force. Writable so tests can inject failures.
+Calls& calls();
+// This system's own calls.
+const Calls& systemCalls();
+// Puts the system's own calls back into the table in force.
+void resetCalls();
+
+}  // namespace Zarn::platform
