@@ -10,8 +10,12 @@
 namespace Zarn {
 
 namespace {
-// The smallest allocation limit: below this the machine is either out of memory anyway or could not tell.
+// Bounds of the per-call allocation limit. No array read from a file needs to be much larger than the file,
+// so a count that asks for more than the file (or 64 MiB for a small file) is corrupt and fails at once instead
+// of costing gigabytes; and nothing may ask for more than the machine has available. The floor keeps small
+// requests working when the machine cannot tell its available memory.
 constexpr std::int64_t kMinimumAllocationLimit = 0x100000;
+constexpr std::int64_t kSmallFileAllocationLimit = 64 * 0x100000;
 // Section 21 holds the displacement history and gives the file's dimensions; every file must have it.
 constexpr std::int32_t kDimensionSection = 21;
 constexpr std::int32_t kElementDirectory = 3;
@@ -32,6 +36,11 @@ counted_ptr<Base> ReadTimeKernel::clone(bool deep) const {
   if (!copy || !deep) return copy;
   copyTimeKernelFields(*copy);
   copy->requestedOffsets = requestedOffsets;
+  copy->elementPrototypes = elementPrototypes;
+  copy->nodePrototype = nodePrototype;
+  copy->keySet.forceKeys = keySet.forceKeys;
+  copy->keySet.stressKeys = keySet.stressKeys;
+  copy->keySet.deformKeys = keySet.deformKeys;
   copy->stepCount = stepCount;
   copy->dofCount = dofCount;
   copy->selectedMode = selectedMode;
@@ -63,7 +72,8 @@ void ReadTimeKernel::openKernelFile() {
   }
   const std::int64_t available = availableMemory();
   mapping.windowSize = windowSizeFor(available);
-  allocationLimit = std::max(available, kMinimumAllocationLimit);
+  allocationLimit = std::max(kMinimumAllocationLimit,
+                             std::min(available, std::max(mapping.fileSize(), kSmallFileAllocationLimit)));
 
   std::int32_t format = 0;
   readI32(format);
@@ -130,6 +140,7 @@ void ReadTimeKernel::freeRequiredRows() {
 
 void ReadTimeKernel::endCycle() {
   close();
+  keySet.clearSelections();
   selectedMode = -1;
   requestedOffsets.clear();
   requestedOffsets.shrink_to_fit();  // a call keeps nothing afterwards

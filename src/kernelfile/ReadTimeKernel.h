@@ -9,12 +9,18 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <vector>
 
 #include "kernelfile/FileMapping.h"
 #include "kernelfile/TimeKernel.h"
+#include "keys/KeySet.h"
+#include "model/Records.h"
 
 namespace Zarn {
+
+class TimeKernelNode;
+class TimeKernelElement;
 
 class ReadTimeKernel : public TimeKernel {
  public:
@@ -61,11 +67,56 @@ class ReadTimeKernel : public TimeKernel {
   // One 8-byte field at the current position, likewise.
   void readI64(std::int64_t& value);
 
+  // Builds the node prototype, then the element prototypes in the order Bush 580, RigidBar 584, Rod 582, Bar 583,
+  // WarpingBar 586, PlaneStress 642, PlaneStrain 643, Shell 645, Solid 768, Catenary 594, and sets their owner to
+  // this kernel. Called once by the constructor.
+  void makePrototypes();
+
+  // ---- Section reads (SectionReads.cpp) ----
+  //
+  // Sections 15 to 20 hold one state per column (a whole model at one step); their twins 21 to 26 hold the same
+  // numbers transposed (the history of one degree of freedom per column). Section 0 holds the mode shapes.
+  // Reads into an owned record reshape it to what the file holds; a view is never reshaped and takes only its
+  // own length. Row indexes given by the caller address memory and are checked: one outside the section, or
+  // outside the record it writes, fails the call.
+
+  // One column of a column-contiguous section into `vector`, in one copy. If that fails (the section is absent,
+  // mislabelled, ...) and `section` is 15 or more, the twin `section + 6` serves instead, one double at a time:
+  // only the entries listed in `indices` when it is given, else all of them. Below 15 the failure passes on.
+  // A section of 0 rows gives an empty vector, which is how callers notice that a quantity was not stored.
+  void readSectionColumn(std::int32_t section, std::int32_t column, Vector& vector, const IntArray* indices);
+  // Rows `indices` of a row-contiguous section (21 to 26) into `matrix`: row i of the result is the section's
+  // column indices[i], over all its rows (steps).
+  void readHistoryRows(std::int32_t section, const IntArray& indices, Matrix& matrix);
+  // The contribution of the selected mode m to one column: phi_m (column m of section 0) times the modal
+  // coordinate of m in that column of `section`. Fails when either read comes back empty or m is not a mode of
+  // the modal section.
+  void readModalColumn(std::int32_t section, std::int32_t column, Vector& vector, const IntArray* indices);
+  // The selected mode's contribution to the history rows: result(i, t) = phi_m[indices[i]] * q_m(t).
+  void readModalHistoryRows(std::int32_t section, const IntArray& indices, Matrix& matrix);
+
+  // The state at one step (sections 15/16/17, or the modal 18/19/20 under a selected mode).
+  void readDisplacementAtStep(std::int32_t step, Vector& vector);
+  void readVelocityAtStep(std::int32_t step, Vector& vector);
+  void readAccelerationAtStep(std::int32_t step, Vector& vector);
+  // The history of the listed rows (sections 21/22/23, or the modal 24/25/26 under a selected mode).
+  void readDisplacementHistory(const IntArray& indices, Matrix& matrix);
+  void readVelocityHistory(const IntArray& indices, Matrix& matrix);
+  void readAccelerationHistory(const IntArray& indices, Matrix& matrix);
+  // The initial state (column 0): modal 12/13/14 under a selected mode; else 5/6/7 for a run with base motion,
+  // 8/9/10 for one without.
+  void readInitialState(Vector& displacement, Vector& velocity, Vector& acceleration, bool hasBaseMotion);
+
   // The end of every cycle, on every path: close, clear the key selections, selectedMode -1, drop the request
   // list and the required rows, and lift the per-call allocation limit.
   void endCycle();
 
   std::vector<std::int64_t> requestedOffsets;  // per requested ID, in request order: its record's position or -1
+  // One prototype element per type code, and the one prototype node. A record is read into its prototype, used
+  // and cleared again, so memory stays flat whatever the model's size. Built once, owned for the kernel's life.
+  std::map<std::int32_t, counted_ptr<TimeKernelElement>> elementPrototypes;
+  counted_ptr<TimeKernelNode> nodePrototype;
+  TimeKernelKeySet keySet;                     // the result keys; their selections live for one call
   std::int32_t stepCount = 0;                  // first count of section 21's header
   std::int32_t dofCount = 0;                   // second count of section 21's header
   std::int32_t selectedMode = -1;              // selected column, -1 when none

@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# All tests: install what is missing, then build and run the test suite twice, as a plain optimised build and
+# with AddressSanitizer and UndefinedBehaviorSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-dependencies.sh
+jobs=$(nproc)
+
+echo "== plain build =="
+cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build build -j "$jobs"
+(cd build && ctest --output-on-failure -j "$jobs")
+
+echo "== sanitizer build (address, undefined) =="
+cmake -S . -B build-sanitize -G Ninja -DCMAKE_BUILD_TYPE=Debug -DTIMEKERNEL_SANITIZE=ON \
+  -DTIMEKERNEL_BUILD_BENCHMARKS=OFF >/dev/null
+cmake --build build-sanitize -j "$jobs"
+# OpenBLAS's own threads are not what is under test; one thread keeps the sanitizer run quiet and fast.
+(cd build-sanitize && OPENBLAS_NUM_THREADS=1 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest --output-on-failure -j "$jobs")
