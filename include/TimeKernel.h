@@ -44,6 +44,46 @@ extern "C" {
  */
 TIMEKERNEL_API int32_t TimeKernelElementID(const char* path, int32_t* ids, int32_t* count);
 
+/* Bits of the `flags` argument of TimeKernelOutputResult. */
+#define TIMEKERNEL_ELEMENT_RESULTS 1 /* element IDs and element keys; clear: node IDs and nodal keys */
+#define TIMEKERNEL_ROTATE 2          /* turn values into the output system of their node or element */
+#define TIMEKERNEL_SINGLE_MODE 4     /* the contribution of mode `modeNumber` only; no load terms, no base motion */
+#define TIMEKERNEL_BASE_MOTION 8     /* nodal values include the stored base motion (ignored with SINGLE_MODE) */
+#define TIMEKERNEL_ENVELOPE 16       /* nodal maximum and minimum over all steps; flag 1 and stepNumber unused */
+
+/*
+ * Fills `result` with the values of the response ids `keys` at the node or element IDs `ids`.
+ *
+ * path          zero-terminated path of the kernel file.
+ * flags         a sum of the TIMEKERNEL_* bits above.
+ * ids, idCount  the node (or, with flag 1, element) IDs; idCount must be at least 1.
+ * keys, keyCount the response ids: location * 100000000 + component code (e.g. 102: x displacement of a node).
+ * modeNumber    1-based mode; used only with flag 4, and must then be at least 1.
+ * stepNumber    1-based step; 0 or negative asks for all steps.
+ * result        the caller's array of resultLength doubles.
+ *
+ * Layouts (column-major; "block i" is the part of `result` for ids[i]):
+ *   Block flows (no flag 16): rows = resultLength / idCount (integer division); block i starts at result[i*rows].
+ *     All steps (stepNumber <= 0): rows must be >= keyCount * stepCount; the value of keys[r] at step t
+ *       (0-based) stands at block[r + keyCount * t].
+ *     One step: rows must be >= keyCount; the value of keys[r] stands at block[r].
+ *     Doubles beyond what a block needs, and beyond rows * idCount, stay zero.
+ *   Envelope (flag 16): with n = keyCount * idCount, resultLength must be exactly 2 * n * n. The array holds two
+ *     n x n matrices: maxima from result[0], minima from result[n*n]. Item p = r + keyCount * i (keys[r] at
+ *     ids[i]). Diagonal entry (p, p) is the maximum (minimum) of item p over all steps, step 0 included; an
+ *     off-diagonal entry (p, q) holds the step-0 value of item p. A NaN at a later step never replaces a value.
+ *
+ * Returns 0, or -1 on any failure. `result` is zeroed before anything that depends on the file, so after -1 it
+ * holds zeros or partial values, never stale data. An ID the file lacks, a response id no quantity knows, or a
+ * component an entity lacks leaves its doubles at zero. Failures include: idCount below 1, a negative keyCount or
+ * resultLength, flag 4 with modeNumber below 1 (before the file is opened), a result too short, stepNumber past
+ * the last step, an envelope length that is not exactly 2 * n * n, a request none of whose IDs is in the file,
+ * and every file error.
+ */
+TIMEKERNEL_API int32_t TimeKernelOutputResult(const char* path, int32_t flags, const int32_t* ids, int32_t idCount,
+                                              const int32_t* keys, int32_t keyCount, int32_t modeNumber,
+                                              int32_t stepNumber, double* result, int32_t resultLength);
+
 #ifdef __cplusplus
 }
 #endif

@@ -24,6 +24,7 @@ constexpr std::int32_t kElementDirectory = 3;
 ReadTimeKernel::ReadTimeKernel() {
   ReadTimeKernel::close();
   endCycle();
+  makePrototypes();
 }
 
 ReadTimeKernel::~ReadTimeKernel() {

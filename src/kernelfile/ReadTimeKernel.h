@@ -72,6 +72,16 @@ class ReadTimeKernel : public TimeKernel {
   // this kernel. Called once by the constructor.
   void makePrototypes();
 
+  // ---- Request selection (keys/Selection.cpp) ----
+  //
+  // Turn the caller's node (section 2) or element (section 3) IDs into `requestedOffsets`: one file position per
+  // requested ID, in request order, -1 for an ID the file lacks (a directory that repeats an ID resolves to its
+  // last occurrence). Then walk those records and keep the sorted, de-duplicated response-table rows they need in
+  // `requiredRows`. An empty set of rows fails the call: a request that reaches nothing is refused. An element of
+  // an unknown type code contributes nothing.
+  void selectNodes(const RequestList& ids);
+  void selectElements(const RequestList& ids);
+
   // ---- Section reads (SectionReads.cpp) ----
   //
   // Sections 15 to 20 hold one state per column (a whole model at one step); their twins 21 to 26 hold the same
@@ -126,6 +136,8 @@ class ReadTimeKernel : public TimeKernel {
 
  private:
   void freeRequiredRows();
+  void fillRequestedOffsets(std::int32_t section, const RequestList& ids);
+  void storeRequiredRows(std::vector<std::int32_t>& rows);
 };
 
 }  // namespace Zarn

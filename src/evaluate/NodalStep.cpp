@@ -1,0 +1,142 @@
+// The nodal single-step flow, and the envelope that runs it at every step.
+//
+// One whole-model vector per quantity is read once for the step (sections 15 to 17, or the selected mode's
+// contribution), the initial state is taken off it once, and each node gathers its own entries from it.
+#include <algorithm>
+
+#include "evaluate/Flags.h"
+#include "evaluate/NodalAssembly.h"
+#include "evaluate/NodalFlows.h"
+#include "kernelfile/Checked.h"
+#include "model/ClearOnExit.h"
+#include "model/Failure.h"
+
+namespace Zarn {
+
+namespace {
+
+constexpr std::int32_t kBaseMotionHistory = 1;
+constexpr std::int32_t kConstantBaseMotion = 11;
+
+struct StepInputs {
+  std::int32_t flags;
+  const Vector& baseMotion;  // the nine base motion values at the step; empty without base motion
+  const Vector* state;       // the three whole-model quantities at the step, initial state already taken off
+};
+
+// value[k] = quantity[d[k]] for each degree of freedom of the node. `gathered` is reused from node to node.
+void gather(const Vector& quantity, const IntArray& rows, Vector& gathered) {
+  gathered.resize(rows.size);
+  for (std::int32_t k = 0; k < rows.size; ++k) {
+    const std::int32_t d = rows[k];
+    TK_CHECK(d >= 0 && d < quantity.size);  // a row outside the whole-model vector
+    *gathered.at(k) = *quantity.at(d);
+  }
+}
+
+void assembleNodeStep(ReadTimeKernel& kernel, const TimeKernelNode& node, const StepInputs& in, Vector* gathered,
+                      IdMap& componentMap, Matrix& block) {
+  buildComponentMap(node, componentMap);
+  for (std::int32_t quantity = 0; quantity < 3; ++quantity) {
+    const counted_ptr<TimeKernelKeyInfo>& key = kernel.keySet.nodeKeys[quantity];
+    if (!key || key->selection.empty()) continue;
+    // A quantity that the file does not hold at this step leaves its keys at zero; nothing is added to it.
+    if (in.state[quantity].empty()) continue;
+    gather(in.state[quantity], node.dofRows, gathered[quantity]);
+    Matrix work = Matrix::view(gathered[quantity].size, 1, gathered[quantity].data, gathered[quantity].size);
+    if (!in.baseMotion.empty()) {
+      const std::int32_t r0 = kBaseMotionFirstRow[quantity];
+      double motion[3] = {*in.baseMotion.at(r0), *in.baseMotion.at(r0 + 1), *in.baseMotion.at(r0 + 2)};
+      addBaseMotion(node, Matrix::view(3, 1, motion, 3), work);
+    }
+    writeKeys(node, in.flags, *key, componentMap, work, block);
+  }
+}
+
+void readQuantityAtStep(ReadTimeKernel& kernel, std::int32_t quantity, std::int32_t stepIndex, Vector& v) {
+  switch (quantity) {
+    case 0:
+      kernel.readDisplacementAtStep(stepIndex, v);
+      break;
+    case 1:
+      kernel.readVelocityAtStep(stepIndex, v);
+      break;
+    default:
+      kernel.readAccelerationAtStep(stepIndex, v);
+      break;
+  }
+}
+
+}  // namespace
+
+void evaluateNodalStep(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_t stepIndex, Matrix& result) {
+  Vector baseMotion;
+  if (flags::wantsBaseMotion(flagWord)) {
+    kernel.readSectionColumn(kBaseMotionHistory, stepIndex, baseMotion, nullptr);
+    if (baseMotion.empty()) kernel.readSectionColumn(kConstantBaseMotion, 0, baseMotion, nullptr);
+    if (!baseMotion.empty()) TK_CHECK(baseMotion.size >= kBaseMotionRows);
+  }
+  Vector state[3];
+  for (std::int32_t quantity = 0; quantity < 3; ++quantity) readQuantityAtStep(kernel, quantity, stepIndex, state[quantity]);
+  TK_CHECK(!(state[0].empty() && state[1].empty() && state[2].empty()));
+
+  Vector initial[3];
+  kernel.readInitialState(initial[0], initial[1], initial[2], !baseMotion.empty());
+  for (std::int32_t quantity = 0; quantity < 3; ++quantity) {
+    Vector& x = state[quantity];
+    const Vector& x0 = initial[quantity];
+    if (x.empty() || x0.empty()) continue;
+    TK_CHECK(x0.size >= x.size);  // an initial state shorter than the model is malformed
+    for (std::int32_t i = 0; i < x.size; ++i) *x.at(i) -= *x0.at(i);
+  }
+
+  TK_CHECK(static_cast<bool>(kernel.nodePrototype));
+  TimeKernelNode& node = *kernel.nodePrototype;
+  const StepInputs in{flagWord, baseMotion, state};
+  Vector gathered[3];
+  IdMap componentMap;
+  const auto ids = static_cast<std::int32_t>(kernel.requestedOffsets.size());
+  for (std::int32_t i = 0; i < ids && i < result.cols; ++i) {
+    const std::int64_t offset = kernel.requestedOffsets[static_cast<std::size_t>(i)];
+    if (offset < 0) continue;
+    kernel.seek(offset);
+    ClearOnExit<TimeKernelNode> clearNode(node);
+    node.read();
+    if (node.dofRows.size == 0) continue;
+    Matrix block = Matrix::view(result.rows, 1, result.data + static_cast<std::int64_t>(i) * result.stride,
+                                result.rows);
+    assembleNodeStep(kernel, node, in, gathered, componentMap, block);
+  }
+}
+
+void evaluateEnvelope(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_t keyCount, std::int32_t idCount,
+                      Matrix& result) {
+  std::int64_t n = 0, order = 0;
+  TK_CHECK(checkedMul(keyCount, idCount, &n) && n <= INT32_MAX && checkedMul(n, n, &order));
+  TK_CHECK(result.rows == order && result.cols == 2);
+  Vector work;
+  work.resize(static_cast<std::int32_t>(n));
+  work.setZero();
+  Matrix items = Matrix::view(keyCount, idCount, work.data, keyCount);
+  evaluateNodalStep(kernel, flagWord, 0, items);
+
+  double* maximum = result.data;
+  double* minimum = result.data + order;
+  for (std::int64_t column = 0; column < n; ++column) {
+    std::copy(work.data, work.data + n, maximum + column * n);
+    std::copy(work.data, work.data + n, minimum + column * n);
+  }
+  for (std::int32_t step = 1; step < kernel.stepCount; ++step) {
+    work.setZero();
+    evaluateNodalStep(kernel, flagWord, step, items);
+    for (std::int64_t i = 0; i < n; ++i) {
+      const double v = work.data[i];
+      double& high = maximum[i * n + i];
+      double& low = minimum[i * n + i];
+      if (v > high) high = v;
+      if (v < low) low = v;
+    }
+  }
+}
+
+}  // namespace Zarn
