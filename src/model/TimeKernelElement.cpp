@@ -1,0 +1,45 @@
+#include "model/TimeKernelElement.h"
+
+namespace Zarn {
+
+counted_ptr<Base> TimeKernelElement::clone(bool deep) const { return cloneAs<TimeKernelElement>(deep); }
+
+void TimeKernelElement::rotateForce(Matrix&) const {}
+
+void TimeKernelElement::rotateStress(Matrix&) const {}
+
+void TimeKernelElement::clear() {
+  dofRows.clear();
+  forceRotation.clear();
+  stressRotation.clear();
+  forceOffset.clear();
+  stressOffset.clear();
+  forceLoad.clear();
+  stressLoad.clear();
+  forceRecovery.clear();
+  stressRecovery.clear();
+  // velocityForce is deliberately left out: it keeps its storage and shape until the next readRecord
+  // overwrites it or the prototype is destroyed, and a readDofRows in between leaves it alone too. That is
+  // the prototype's defined behaviour, and it is harmless: recovery only ever runs right after a readRecord,
+  // which rewrites the table (with an empty one when the record has none), so the walks that read only dofRows
+  // never hand a stale table to a computation.
+  referenceDisplacement.clear();
+}
+
+void TimeKernelElement::copyElementFields(TimeKernelElement& target) const {
+  target.id = id;
+  target.forceRotation.assign(forceRotation);
+  target.stressRotation.assign(stressRotation);
+  target.forceOffset.assign(forceOffset);
+  target.stressOffset.assign(stressOffset);
+  target.forceLoad.assign(forceLoad);
+  target.stressLoad.assign(stressLoad);
+  target.forceRecovery.assign(forceRecovery);
+  target.stressRecovery.assign(stressRecovery);
+  target.velocityForce.assign(velocityForce);
+  target.owner = owner;
+  target.dofRows.assign(dofRows);
+  target.referenceDisplacement.assign(referenceDisplacement);
+}
+
+}  // namespace Zarn
