@@ -10,12 +10,13 @@
 namespace Zarn {
 
 namespace {
-// Bounds of the per-call allocation limit. No array read from a file needs to be much larger than the file,
-// so a count that asks for more than the file (or 64 MiB for a small file) is corrupt and fails at once instead
-// of costing gigabytes; and nothing may ask for more than the machine has available. The floor keeps small
-// requests working when the machine cannot tell its available memory.
+// Bounds of the per-call allocation limit. An array that a kernel file sizes holds data of that file (a table, a
+// directory, a record's rows, or a product of such tables with a handful of rows per degree of freedom), so no
+// well-formed file needs one larger than a few times the file itself. A count that asks for more is corrupt: it
+// fails the call at once instead of allocating gigabytes and lengthening the file to fill them. The floor keeps
+// small files and machines that cannot tell their available memory working.
 constexpr std::int64_t kMinimumAllocationLimit = 0x100000;
-constexpr std::int64_t kSmallFileAllocationLimit = 64 * 0x100000;
+constexpr std::int64_t kFileSizeMultiple = 4;
 // Section 21 holds the displacement history and gives the file's dimensions; every file must have it.
 constexpr std::int32_t kDimensionSection = 21;
 constexpr std::int32_t kElementDirectory = 3;
@@ -73,8 +74,9 @@ void ReadTimeKernel::openKernelFile() {
   }
   const std::int64_t available = availableMemory();
   mapping.windowSize = windowSizeFor(available);
-  allocationLimit = std::max(kMinimumAllocationLimit,
-                             std::min(available, std::max(mapping.fileSize(), kSmallFileAllocationLimit)));
+  const std::int64_t fileBound =
+      mapping.fileSize() > INT64_MAX / kFileSizeMultiple ? INT64_MAX : mapping.fileSize() * kFileSizeMultiple;
+  allocationLimit = std::max(kMinimumAllocationLimit, std::min(available, fileBound));
 
   std::int32_t format = 0;
   readI32(format);

@@ -94,7 +94,8 @@ void IdMap::grow() {
   for (uint32_t node = nodes_[kSentinel].next; node != kSentinel; node = nodes_[node].next) {
     entries.push_back(nodes_[node].entry);
   }
-  // Count the entries of each bucket (in its "last" slot for now) and note the buckets' order.
+  // Count the entries of each bucket (in its "last" slot for now; the slots start at kSentinel, which is 0)
+  // and note the buckets' order.
   for (std::size_t i = 0; i < n; ++i) {
     const uint32_t b = bucketOf(entries[i].key, mask);
     bucketOfEntry[i] = b;

@@ -19,7 +19,8 @@
 // times from there on. Growing places every entry again in list order. `clear` goes back to 8 buckets.
 //
 // Entries and links live in one array addressed by index, so the map copies and moves by value and an
-// insertion costs no allocation of its own beyond the array's growth (see `reserve`).
+// insertion costs no allocation of its own beyond the array's growth (see `reserve`). Growing rebuilds the
+// array in list order, which keeps later walks over the list close to sequential in memory.
 //
 // Allocation failure throws std::bad_alloc; the exports catch every exception.
 #pragma once
@@ -104,7 +105,7 @@ class IdMap {
   void grow();
 
   float maxLoadFactor_ = 1.0f;     // grow when size / buckets exceeds this
-  std::vector<Node> nodes_;        // [0] is the sentinel; entries follow in insertion order of storage
+  std::vector<Node> nodes_;        // [0] is the sentinel; the list decides the order, not the index
   std::vector<uint32_t> buckets_;  // 2 per bucket: index of the first and of the last entry, or kSentinel
   uint32_t mask_ = 0;              // bucket count - 1 (the count is a power of 2)
   uint32_t bucketCount_ = 0;
