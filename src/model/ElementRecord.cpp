@@ -20,12 +20,11 @@
 //
 // A table is rows (u32) and cols (u32), then rows * cols f64 column-major: 8 + 8 * rows * cols bytes. An empty
 // table is its two counts alone.
-#include "model/TimeKernelElement.h"
-
 #include <initializer_list>
 
 #include "kernelfile/ReadTimeKernel.h"
 #include "model/RecordFields.h"
+#include "model/TimeKernelElement.h"
 
 namespace Zarn {
 

@@ -2,9 +2,9 @@
 // rotated results). A result view holds one result per column: its rows are the components of every point
 // of the element, and each rotation turns a fixed group of them, in place, column by column.
 //
-// A rotation table is read as a column-major matrix: entry (r, c) at data[r + c * d], with d the table's stride,
-// or its rows when the stride is 0. A group of values x is replaced by R x, with R the top-left block of the
-// table, after all of x has been read.
+// A rotation table is read as a column-major matrix: entry (r, c) at data[r + c * d], with d the table's
+// stride, or its rows when the stride is 0. A group of values x is replaced by R x, with R the top-left block
+// of the table, after all of x has been read.
 //
 // Safety: an empty table (rows * cols 0) turns nothing, as a node without a transform. A non-empty table
 // smaller than the block it is read for, or a view whose columns are shorter than the values a rotation turns,

@@ -28,8 +28,8 @@ bool readCount(FileMapping& in, std::int32_t& count);
 // above INT32_MAX reads as negative and is refused by whoever uses it as a row).
 bool readIntRun(FileMapping& in, IntArray& array, std::int32_t n);
 
-// `n` doubles into `vector`. An owned vector is resized to n when its size differs; a view keeps its storage and
-// must already have n entries, else the call fails (the values would not fit). Needs stride 1 when n > 1.
+// `n` doubles into `vector`. An owned vector is resized to n when its size differs; a view keeps its storage
+// and must already have n entries, else the call fails (the values would not fit). Needs stride 1 when n > 1.
 bool readDoubleRun(FileMapping& in, Vector& vector, std::int32_t n);
 
 // One table: rows (u32) and cols (u32), taken in one 8-byte step, then rows * cols doubles, column-major and

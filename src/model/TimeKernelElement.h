@@ -73,18 +73,18 @@ class TimeKernelElement : public Base {
   // velocityForce is deliberately kept, storage and shape, until the next readRecord (see the definition).
   void clear();
 
-  Matrix forceRotation;           // turns a force result into the output frame
-  Matrix stressRotation;          // turns a stress result into the output frame
-  Matrix forceOffset;             // constant term of the force recovery, components by points
-  Matrix stressOffset;            // constant term of the stress recovery, components by points
-  Matrix forceLoad;               // load term of the force recovery: a column per load, components * points rows
-  Matrix stressLoad;              // load term of the stress recovery, laid out as forceLoad
-  Matrix forceRecovery;           // components * points by the element's dofs
-  Matrix stressRecovery;          // laid out as forceRecovery; Bush: the deformation table
-  Matrix velocityForce;           // turns the dofs' velocities into a force term, laid out as forceRecovery
+  Matrix forceRotation;   // turns a force result into the output frame
+  Matrix stressRotation;  // turns a stress result into the output frame
+  Matrix forceOffset;     // constant term of the force recovery, components by points
+  Matrix stressOffset;    // constant term of the stress recovery, components by points
+  Matrix forceLoad;       // load term of the force recovery: a column per load, components * points rows
+  Matrix stressLoad;      // load term of the stress recovery, laid out as forceLoad
+  Matrix forceRecovery;   // components * points by the element's dofs
+  Matrix stressRecovery;  // laid out as forceRecovery; Bush: the deformation table
+  Matrix velocityForce;   // turns the dofs' velocities into a force term, laid out as forceRecovery
   ReadTimeKernel* owner = nullptr;  // the kernel whose reader the record reads use; not owned
-  IntArray dofRows;               // the response-table rows that feed this element, in its own order
-  Vector referenceDisplacement;   // reference state of the dofs; recovery works on the difference to it
+  IntArray dofRows;                 // the response-table rows that feed this element, in its own order
+  Vector referenceDisplacement;     // reference state of the dofs; recovery works on the difference to it
 
  protected:
   // Makes a T and, with `deep`, copies every field of this element into it. Each class's clone uses it, so

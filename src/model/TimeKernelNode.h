@@ -54,10 +54,10 @@ class TimeKernelNode : public Base {
   // changed. A target with no columns is otherwise left alone.
   void rotateTriples(Matrix& target) const;
 
-  IntArray dofRows;                  // per degree of freedom: its row in the kernel file's response tables
-  IntArray dofCodes;                 // per degree of freedom: its component code, -1000 for none
-  Matrix3 transform;                 // the node's 3 by 3 rotation; rows and cols 3 when present, 0 otherwise
-  ReadTimeKernel* owner = nullptr;   // the kernel whose reader `read` uses; not owned
+  IntArray dofRows;                 // per degree of freedom: its row in the kernel file's response tables
+  IntArray dofCodes;                // per degree of freedom: its component code, -1000 for none
+  Matrix3 transform;                // the node's 3 by 3 rotation; rows and cols 3 when present, 0 otherwise
+  ReadTimeKernel* owner = nullptr;  // the kernel whose reader `read` uses; not owned
 };
 
 }  // namespace Zarn

@@ -37,11 +37,11 @@ struct Kind {
   bool deform;
 };
 const Kind kFamily[] = {
-    {580, "TimeKernelElementBush", false, true},         {582, "TimeKernelElementRod", true, false},
-    {583, "TimeKernelElementBar", true, false},          {584, "TimeKernelElementRigidBar", false, false},
-    {586, "TimeKernelElementWarpingBar", true, false},   {594, "TimeKernelElementCatenary", true, false},
-    {642, "TimeKernelElementPlaneStress", true, false},  {643, "TimeKernelElementPlaneStrain", true, false},
-    {645, "TimeKernelElementShell", true, false},        {768, "TimeKernelElementSolid", true, false},
+    {580, "TimeKernelElementBush", false, true},        {582, "TimeKernelElementRod", true, false},
+    {583, "TimeKernelElementBar", true, false},         {584, "TimeKernelElementRigidBar", false, false},
+    {586, "TimeKernelElementWarpingBar", true, false},  {594, "TimeKernelElementCatenary", true, false},
+    {642, "TimeKernelElementPlaneStress", true, false}, {643, "TimeKernelElementPlaneStrain", true, false},
+    {645, "TimeKernelElementShell", true, false},       {768, "TimeKernelElementSolid", true, false},
 };
 
 // A table of the given shape whose values count up from `first`; each table of a record gets its own range.
@@ -49,7 +49,7 @@ Table counted(std::uint32_t rows, std::uint32_t cols, double first) {
   return Table::matrix(rows, cols, counting(std::int64_t(rows) * cols, first));
 }
 
-// A record with every table present, each of its own shape and values, and a reference state of 3 values.
+// A record with all ten tables present, each of its own shape and values, and a reference state of 3 values.
 ElementRecord fullRecord(std::int32_t code, double base) {
   ElementRecord r = ElementRecord::make(code, {11, 3, 7});
   r.forceRotation = counted(3, 3, base + 100);
@@ -163,9 +163,9 @@ TEST_F(ElementRecordTest, ReaderEndsBehindTheTenthTable) {
   f.addElement(1, a);
   f.addElement(2, b);
   OpenKernel file(f);
-  // The record takes 4 + 4 + 3 * 4 + 4 + 3 * 8 and eleven tables of 8 bytes plus 8 per value:
+  // The record takes 4 + 4 + 3 * 4 + 4 + 3 * 8 and ten tables of 8 bytes plus 8 per value:
   // 9 + 25 + 2 + 6 + 8 + 3 + 12 + 18 + 12 + 4 = 99 values.
-  const std::int64_t expected = 4 + 4 + 12 + 4 + 24 + 11 * 8 + 99 * 8;
+  const std::int64_t expected = 4 + 4 + 12 + 4 + 24 + 10 * 8 + 99 * 8;
   ASSERT_EQ(file.layout.elementRecordOffsets[1], file.layout.elementRecordOffsets[0] + expected);
   file.kernel.seek(file.layout.elementRecordOffsets[0]);
   Zarn::counted_ptr<TimeKernelElement> first = Zarn::readElementRecord(file.kernel);
@@ -188,8 +188,8 @@ TEST_F(ElementRecordTest, EmptyTablesAndNoDofsReadAsEmpty) {
   Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
   ASSERT_TRUE(e);
   expectRecord(*e, r);
-  // code, n, m and eleven empty tables of two counts each.
-  EXPECT_EQ(file.kernel.tell(), at + 4 + 4 + 4 + 11 * 8);
+  // code, n, m and ten empty tables of two counts each.
+  EXPECT_EQ(file.kernel.tell(), at + 4 + 4 + 4 + 10 * 8);
 }
 
 TEST_F(ElementRecordTest, TableWithRowsButNoColumnsKeepsItsShape) {

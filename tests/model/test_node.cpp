@@ -33,7 +33,7 @@ std::vector<std::int32_t> codesOf(const TimeKernelNode& n) {
 }
 
 const std::array<double, 9> kTurn = {0.0, -1.0, 0.0, 1.0, 0.0, 0.0, 0.0, 0.0, 1.0};  // 90 degrees about z
-const std::array<double, 9> kMixed = {2, 3, 5, 7, 11, 13, 17, 19, 23};             // no symmetry at all
+const std::array<double, 9> kMixed = {2, 3, 5, 7, 11, 13, 17, 19, 23};               // no symmetry at all
 
 TEST_F(NodeRecordTest, RecordWithoutTransformReadsFieldByField) {
   KernelFile f;
@@ -311,7 +311,8 @@ std::array<double, 3> turned(const std::array<double, 9>& t, double a, double b,
 
 // A node read from a file with the given codes (rows 0, 1, ...) and rotation.
 struct NodeOnFile {
-  NodeOnFile(std::vector<std::int32_t> codes, const std::array<double, 9>* rotation) : file(make(codes, rotation)) {
+  NodeOnFile(std::vector<std::int32_t> codes, const std::array<double, 9>* rotation)
+      : file(make(codes, rotation)) {
     node.owner = &file.kernel;
     file.kernel.seek(file.layout.nodeRecordOffsets[0]);
     node.read();

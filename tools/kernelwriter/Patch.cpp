@@ -34,7 +34,8 @@ void putF64(std::vector<uint8_t>& b, int64_t at, double v) {
 void writeBytes(const std::string& path, const std::vector<uint8_t>& b) {
   std::FILE* f = std::fopen(path.c_str(), "wb");
   if (f == nullptr) throw std::runtime_error("kernelwriter: cannot open " + path + " for writing");
-  const bool written = std::fwrite(b.data(), 1, b.size(), f) == b.size();
+  // An empty vector may have no storage at all; fwrite must not be handed its null pointer.
+  const bool written = b.empty() || std::fwrite(b.data(), 1, b.size(), f) == b.size();
   const bool closed = std::fclose(f) == 0;
   if (!written || !closed) throw std::runtime_error("kernelwriter: cannot write " + path);
 }
