@@ -38,7 +38,12 @@ void runBlocks(std::int32_t flagWord, const RequestList& idList, const RequestLi
   const std::int64_t need = static_cast<std::int64_t>(keyList.count) * (stepIndex < 0 ? theKernel.stepCount : 1);
   TK_CHECK(rows >= need && stepIndex < theKernel.stepCount);
   Matrix view = Matrix::view(rows, idList.count, result, rows);
-  view.setZero();
+  // Doubles past the blocks stay zero. The blocks themselves are zeroed here, except in the nodal history flow,
+  // which zeroes each block just before it fills it, so that a large result is written in one pass.
+  const std::int64_t used = static_cast<std::int64_t>(rows) * idList.count;
+  std::fill(result + used, result + resultLength, 0.0);
+  const bool nodalHistory = !flags::has(flagWord, flags::kElementResults) && stepIndex < 0;
+  if (!nodalHistory) view.setZero();
   const auto step = static_cast<std::int32_t>(stepIndex);
   if (flags::has(flagWord, flags::kElementResults)) {
     theKernel.selectElements(idList);
@@ -64,30 +69,35 @@ void runBlocks(std::int32_t flagWord, const RequestList& idList, const RequestLi
 void outputResult(const char* path, std::int32_t flagWord, const std::int32_t* ids, std::int32_t idCount,
                   const std::int32_t* keys, std::int32_t keyCount, std::int32_t modeNumber, std::int32_t stepNumber,
                   double* result, std::int32_t resultLength) {
-  TK_CHECK(path != nullptr);
-  const std::string name(path);
   TK_CHECK(resultLength >= 0 && (resultLength == 0 || result != nullptr));
-  // Before anything that depends on the file: a caller that gets -1 sees zeros or partial values, never stale data.
-  std::fill(result, result + resultLength, 0.0);
-  const std::int64_t stepIndex = static_cast<std::int64_t>(stepNumber) - 1;  // below 0: all steps
-  theKernel.fileName = name;
-  if (flags::has(flagWord, flags::kSingleMode)) {
-    const std::int64_t mode = static_cast<std::int64_t>(modeNumber) - 1;
-    TK_CHECK(mode >= 0);
-    theKernel.selectedMode = static_cast<std::int32_t>(mode);
-  } else {
-    theKernel.selectedMode = -1;
-  }
-  theKernel.openKernelFile();
-  // Every block flow divides the array among the IDs; at least one ID is needed, and the lists must exist.
-  TK_CHECK(idCount >= 1 && ids != nullptr);
-  TK_CHECK(keyCount >= 0 && (keyCount == 0 || keys != nullptr));
-  const RequestList idList{ids, idCount, 1, false};
-  const RequestList keyList{keys, keyCount, 1, false};
-  if (flags::has(flagWord, flags::kEnvelope)) {
-    runEnvelope(flagWord, idList, keyList, result, resultLength);
-  } else {
-    runBlocks(flagWord, idList, keyList, stepIndex, result, resultLength);
+  // A caller that gets -1 sees zeros, never stale data: every failure zeroes the whole array on its way out. On
+  // success every double that no value lands in is zero too (the flows zero their blocks).
+  try {
+    TK_CHECK(path != nullptr);
+    const std::string name(path);
+    const std::int64_t stepIndex = static_cast<std::int64_t>(stepNumber) - 1;  // below 0: all steps
+    theKernel.fileName = name;
+    if (flags::has(flagWord, flags::kSingleMode)) {
+      const std::int64_t mode = static_cast<std::int64_t>(modeNumber) - 1;
+      TK_CHECK(mode >= 0);
+      theKernel.selectedMode = static_cast<std::int32_t>(mode);
+    } else {
+      theKernel.selectedMode = -1;
+    }
+    theKernel.openKernelFile();
+    // Every block flow divides the array among the IDs; at least one ID is needed, and the lists must exist.
+    TK_CHECK(idCount >= 1 && ids != nullptr);
+    TK_CHECK(keyCount >= 0 && (keyCount == 0 || keys != nullptr));
+    const RequestList idList{ids, idCount, 1, false};
+    const RequestList keyList{keys, keyCount, 1, false};
+    if (flags::has(flagWord, flags::kEnvelope)) {
+      runEnvelope(flagWord, idList, keyList, result, resultLength);
+    } else {
+      runBlocks(flagWord, idList, keyList, stepIndex, result, resultLength);
+    }
+  } catch (...) {
+    std::fill(result, result + resultLength, 0.0);
+    throw;
   }
 }
 

@@ -5,11 +5,18 @@
 //
 // Fast path. When nothing mixes rows (no base motion to add, no rotation to apply) and the storage is direct,
 // each selected component's history goes once from the mapped view straight into the caller's block, with the
-// initial state taken off in the same pass. Otherwise the general path assembles the node's rows in a work
-// matrix first. Both give the same values: X(d, t) - X0(d), in that order of operations.
+// initial state taken off in the same pass. The components of one quantity are copied together, a tile of steps
+// at a time, so that each cache line of the block is filled while it is in cache although the block interleaves
+// the keys step by step. Otherwise the general path assembles the node's rows in a work matrix first. Both give
+// the same values: X(d, t) - X0(d), in that order of operations.
+//
+// Each block is zeroed just before it is filled (or passed over), rather than in a separate pass over the whole
+// result beforehand: the zeros land in cache and are overwritten there.
 #include <algorithm>
+#include <vector>
 
 #include "evaluate/Flags.h"
+#include "evaluate/InitialColumn.h"
 #include "evaluate/NodalAssembly.h"
 #include "evaluate/NodalFlows.h"
 #include "kernelfile/Bytes.h"
@@ -49,20 +56,51 @@ void readHistoryBaseMotion(ReadTimeKernel& kernel, Matrix& motion) {
 
 struct HistoryInputs {
   std::int32_t flags;
-  const Matrix& baseMotion;  // empty without base motion
-  Vector* initial;           // the three initial states; an empty one takes nothing off
+  const Matrix& baseMotion;      // empty without base motion
+  const InitialColumn* initial;  // the three initial states; an empty one takes nothing off
 };
+
+// Steps copied per tile: the block rows of one tile (keyCount x kTileSteps doubles) stay in the first-level cache
+// while every selected component of the quantity writes into them.
+constexpr std::int32_t kTileSteps = 256;
+
+// One selected component on the fast path: where its history comes from and where it goes.
+struct Lane {
+  std::int32_t row;           // its row in the block (the request ordinal)
+  std::int32_t dof;           // its row of the response tables
+  double x0;                  // initial value to take off
+  bool subtract;              // whether the file stores an initial state
+  const unsigned char* from;  // its history in the view (set once the view is made)
+};
+
+void copyLanes(const std::vector<Lane>& lanes, std::int32_t columns, Matrix& block) {
+  const std::int64_t step = block.stride;
+  for (std::int32_t t0 = 0; t0 < columns; t0 += kTileSteps) {
+    const std::int32_t t1 = std::min(columns, t0 + kTileSteps);
+    for (const Lane& lane : lanes) {
+      double* out = block.data + lane.row;
+      const unsigned char* from = lane.from;
+      if (lane.subtract) {
+        for (std::int32_t t = t0; t < t1; ++t) out[t * step] = readF64(from + 8 * static_cast<std::int64_t>(t)) - lane.x0;
+      } else {
+        for (std::int32_t t = t0; t < t1; ++t) out[t * step] = readF64(from + 8 * static_cast<std::int64_t>(t));
+      }
+    }
+  }
+}
 
 // The fast path for one quantity: each selected component straight from the view into its block row.
 void copyHistoryDirect(ReadTimeKernel& kernel, std::int32_t quantity, const TimeKernelNode& node,
-                       const TimeKernelKeyInfo& key, const IdMap& componentMap, const Vector& initial,
-                       Matrix& block) {
+                       const TimeKernelKeyInfo& key, const IdMap& componentMap, const InitialColumn& initial,
+                       std::vector<Lane>& lanes, Matrix& block) {
   std::int32_t steps = 0, dofs = 0;
   kernel.readSectionHeader(kFirstHistorySection + quantity, steps, dofs);
   TK_CHECK(steps >= 0 && dofs >= 0);
   const std::int64_t base = kernel.tell();
   const std::int64_t rowBytes = static_cast<std::int64_t>(steps) * 8;
   const std::int32_t columns = std::min(steps, block.cols);
+  lanes.clear();
+  std::int32_t first = INT32_MAX, last = -1;
   for (const IdMap::Entry& selected : key.selection) {
     const IdMap::Entry* component = componentMap.find(selected.key);
     if (component == nullptr) continue;
@@ -70,24 +108,30 @@ void copyHistoryDirect(ReadTimeKernel& kernel, std::int32_t quantity, const Time
     if (row < 0 || row >= block.rows) continue;
     const std::int32_t d = node.dofRows[component->value];
     TK_CHECK(d >= 0 && d < dofs);  // a row the section does not hold
-    double x0 = 0.0;
     const bool subtract = !initial.empty();
-    if (subtract) {
-      TK_CHECK(d < initial.size);
-      x0 = *initial.at(d);
-    }
-    std::int64_t position = 0;
-    TK_CHECK(checkedMulAdd(d, rowBytes, base, &position));
-    kernel.seek(position);
-    const unsigned char* p = kernel.mapping.take(rowBytes);
-    if (p == nullptr) continue;
-    double* out = &block.at(row, 0);
-    const std::int64_t step = block.stride;
-    if (subtract) {
-      for (std::int32_t t = 0; t < columns; ++t) out[t * step] = readF64(p + 8 * static_cast<std::int64_t>(t)) - x0;
-    } else {
-      for (std::int32_t t = 0; t < columns; ++t) out[t * step] = readF64(p + 8 * static_cast<std::int64_t>(t));
-    }
+    lanes.push_back(Lane{row, d, subtract ? initial.at(kernel, d) : 0.0, subtract, nullptr});
+    first = std::min(first, d);
+    last = std::max(last, d);
+  }
+  if (lanes.empty() || columns == 0) return;
+  std::int64_t start = 0, span = 0;
+  TK_CHECK(checkedMulAdd(first, rowBytes, base, &start) && checkedMul(last - first + 1, rowBytes, &span));
+  if (span <= kernel.mapping.windowSize) {
+    // All the node's rows in one view, so every lane's pointer stays valid while the tiles are copied.
+    kernel.seek(start);
+    const unsigned char* rows = kernel.mapping.take(span);
+    if (rows == nullptr) return;  // no view: the block keeps its zeros
+    for (Lane& lane : lanes) lane.from = rows + static_cast<std::int64_t>(lane.dof - first) * rowBytes;
+    copyLanes(lanes, columns, block);
+    return;
+  }
+  // Rows too far apart to share a view: one lane at a time, each from a view of its own.
+  std::vector<Lane> one(1);
+  for (const Lane& lane : lanes) {
+    kernel.seek(base + static_cast<std::int64_t>(lane.dof) * rowBytes);  // within [start, start + span)
+    one[0] = lane;
+    one[0].from = kernel.mapping.take(rowBytes);
+    if (one[0].from != nullptr) copyLanes(one, columns, block);
   }
 }
 
@@ -119,12 +163,10 @@ void assembleQuantityHistory(ReadTimeKernel& kernel, std::int32_t quantity, cons
     const Matrix motion = Matrix::view(3, in.baseMotion.cols, in.baseMotion.data + r0, ld);
     addBaseMotion(node, motion, work);
   }
-  const Vector& x0 = in.initial[quantity];
+  const InitialColumn& x0 = in.initial[quantity];
   if (!x0.empty()) {
     for (std::int32_t k = 0; k < work.rows; ++k) {
-      const std::int32_t d = node.dofRows[k];
-      TK_CHECK(d >= 0 && d < x0.size);
-      const double v = *x0.at(d);
+      const double v = x0.at(kernel, node.dofRows[k]);
       for (std::int32_t t = 0; t < work.cols; ++t) work.at(k, t) -= v;
     }
   }
@@ -132,7 +174,7 @@ void assembleQuantityHistory(ReadTimeKernel& kernel, std::int32_t quantity, cons
 }
 
 void assembleNodeHistory(ReadTimeKernel& kernel, const TimeKernelNode& node, const HistoryInputs& in,
-                         IdMap& componentMap, Matrix& work, Matrix& block) {
+                         IdMap& componentMap, Matrix& work, std::vector<Lane>& lanes, Matrix& block) {
   buildComponentMap(node, componentMap);
   const bool direct = kernel.selectedMode < 0 && in.baseMotion.empty() &&
                       !(flags::has(in.flags, flags::kRotate) && node.transform.present());
@@ -140,7 +182,7 @@ void assembleNodeHistory(ReadTimeKernel& kernel, const TimeKernelNode& node, con
     const counted_ptr<TimeKernelKeyInfo>& key = kernel.keySet.nodeKeys[quantity];
     if (!key || key->selection.empty()) continue;
     if (direct) {
-      copyHistoryDirect(kernel, quantity, node, *key, componentMap, in.initial[quantity], block);
+      copyHistoryDirect(kernel, quantity, node, *key, componentMap, in.initial[quantity], lanes, block);
     } else {
       assembleQuantityHistory(kernel, quantity, node, in, *key, componentMap, work, block);
     }
@@ -152,23 +194,25 @@ void assembleNodeHistory(ReadTimeKernel& kernel, const TimeKernelNode& node, con
 void evaluateNodalHistory(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_t keyCount, Matrix& result) {
   Matrix baseMotion;
   if (flags::wantsBaseMotion(flagWord)) readHistoryBaseMotion(kernel, baseMotion);
-  Vector initial[3];
-  kernel.readInitialState(initial[0], initial[1], initial[2], !baseMotion.empty());
+  InitialColumn initial[3];
+  for (std::int32_t quantity = 0; quantity < 3; ++quantity) initial[quantity].open(kernel, quantity, !baseMotion.empty());
   TK_CHECK(static_cast<bool>(kernel.nodePrototype));
   TimeKernelNode& node = *kernel.nodePrototype;
   const HistoryInputs in{flagWord, baseMotion, initial};
   IdMap componentMap;
   Matrix work;
+  std::vector<Lane> lanes;
   const auto ids = static_cast<std::int32_t>(kernel.requestedOffsets.size());
-  for (std::int32_t i = 0; i < ids && i < result.cols; ++i) {
-    const std::int64_t offset = kernel.requestedOffsets[static_cast<std::size_t>(i)];
+  for (std::int32_t i = 0; i < result.cols; ++i) {
+    double* column = result.data + static_cast<std::int64_t>(i) * result.stride;
+    std::fill(column, column + result.rows, 0.0);
+    const std::int64_t offset = i < ids ? kernel.requestedOffsets[static_cast<std::size_t>(i)] : -1;
     if (offset < 0) continue;
     kernel.seek(offset);
-    Matrix block =
-        Matrix::view(keyCount, kernel.stepCount, result.data + static_cast<std::int64_t>(i) * result.stride, keyCount);
+    Matrix block = Matrix::view(keyCount, kernel.stepCount, column, keyCount);
     ClearOnExit<TimeKernelNode> clearNode(node);
     node.read();
-    assembleNodeHistory(kernel, node, in, componentMap, work, block);
+    assembleNodeHistory(kernel, node, in, componentMap, work, lanes, block);
   }
 }
 

@@ -27,6 +27,7 @@ namespace {
 constexpr std::int32_t kFirstTwinnedSection = 15;
 constexpr std::int32_t kTwinDistance = 6;
 constexpr std::int32_t kModeShapes = 0;
+constexpr std::int32_t kConstantBaseMotion = 11;
 
 // The absolute position of element `index` of a run of `stride`-double records that starts at `base`; fails
 // when it cannot be represented.
@@ -44,9 +45,15 @@ void ReadTimeKernel::readSectionColumn(std::int32_t section, std::int32_t column
   std::int32_t a = 0, b = 0;
   try {
     readSectionHeader(section, a, b);
-    // Only the first count matters for a column; the second (the number of columns) is not used, so a
-    // section such as 11 may hold anything there.
     TK_CHECK(a >= 0);
+    // A column the section does not have is not stored: the quantity reads as empty, which is how callers
+    // notice a missing quantity (a base motion of nine rows and no steps, say). Reading on would take the bytes
+    // of whatever follows the section, and could lengthen a well-formed file. Section 11's second count is not
+    // used: its column 0 is always read.
+    if (section != kConstantBaseMotion && (column < 0 || column >= b)) {
+      vector.resize(0);
+      return;
+    }
     if (a != vector.size && vector.owned) vector.resize(a);
     seek(positionOf(tell(), column, a, 0));
     if (vector.stride == 1) {
@@ -62,6 +69,11 @@ void ReadTimeKernel::readSectionColumn(std::int32_t section, std::int32_t column
   // logical column is spread over the twin's columns, one double each.
   readSectionHeader(section + kTwinDistance, a, b);
   TK_CHECK(a >= 0 && b >= 0);
+  // In the twin the logical column is a row; one the twin does not have is not stored either.
+  if (column < 0 || column >= a) {
+    vector.resize(0);
+    return;
+  }
   if (b != vector.size && vector.owned) vector.resize(b);
   const std::int64_t base = positionOf(tell(), column, 1, 0);
   if (indices != nullptr) {

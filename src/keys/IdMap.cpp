@@ -1,5 +1,7 @@
 #include "keys/IdMap.h"
 
+#include <algorithm>
+
 #include <limits>
 #include <new>
 #include <utility>
@@ -164,10 +166,22 @@ const IdMap::Entry* IdMap::find(int32_t key) const {
   return found == kSentinel ? nullptr : &nodes_[found].entry;
 }
 
-void IdMap::clear() {
-  // Built aside first, so that a failed allocation leaves the map as it was.
-  IdMap fresh;
-  *this = std::move(fresh);
+void IdMap::clear() noexcept {
+  // Shrinking a vector never allocates; every map holds at least the sentinel and the initial buckets.
+  nodes_.resize(1);
+  nodes_[kSentinel].prev = kSentinel;
+  nodes_[kSentinel].next = kSentinel;
+  buckets_.resize(2 * static_cast<std::size_t>(kInitialBuckets));
+  std::fill(buckets_.begin(), buckets_.end(), kSentinel);
+  bucketCount_ = kInitialBuckets;
+  mask_ = kInitialBuckets - 1;
+  size_ = 0;
+  // Give back what a large map held. shrink_to_fit may allocate; if it cannot, the capacity simply stays.
+  try {
+    nodes_.shrink_to_fit();
+    buckets_.shrink_to_fit();
+  } catch (...) {
+  }
 }
 
 void IdMap::reserve(std::size_t count) { nodes_.reserve(count + 1); }

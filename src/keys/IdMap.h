@@ -76,7 +76,10 @@ class IdMap {
   bool contains(int32_t key) const { return find(key) != nullptr; }
 
   // Drops all entries and frees their storage; the table goes back to 8 buckets.
-  void clear();
+  // Never allocates and never throws, so it may run while a failure unwinds (the end of every call clears the
+  // key selections): the first entry and bucket storage are reused, and a large map gives its surplus back when
+  // the allocator can.
+  void clear() noexcept;
 
   // Makes room for `count` entries so that inserting them reallocates no entry storage. Changes neither the
   // entries nor the bucket count, which follows the growth rule above alone.

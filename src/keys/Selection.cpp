@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "kernelfile/Bytes.h"
+#include "kernelfile/Checked.h"
 #include "kernelfile/ReadTimeKernel.h"
 #include "keys/IdMap.h"
 #include "model/Allocation.h"
@@ -25,39 +27,65 @@ namespace {
 constexpr std::int32_t kNodeDirectory = 2;
 constexpr std::int32_t kElementDirectory = 3;
 
-// Owns a temporary array from allocateArray for the length of a scope.
-template <class T>
-struct ScopedArray {
-  explicit ScopedArray(std::int64_t count) : data(allocateArray<T>(count)) {}
-  ~ScopedArray() { releaseArray(data); }
-  ScopedArray(const ScopedArray&) = delete;
-  ScopedArray& operator=(const ScopedArray&) = delete;
-  T* data;
-};
-
 }  // namespace
 
+// The directory is scanned once against a map of the requested IDs, rather than hashed whole: the work is one
+// pass over the directory's IDs plus one lookup each in a map as small as the request, and memory follows the
+// request, not the model. The result is the same: each requested ID gets the record of its last occurrence in the
+// directory, or -1.
 void ReadTimeKernel::fillRequestedOffsets(std::int32_t section, const RequestList& ids) {
   requestedOffsets.clear();
   std::int32_t n = 0, unused = 0;
   readSectionHeader(section, n, unused);
   TK_CHECK(n >= 0);
-  ScopedArray<std::int32_t> fileIds(n);
-  ScopedArray<std::int64_t> offsets(n);
-  if (n > 0) {
-    // One read each; a read with no view leaves the arrays as they are, so start them at "not found".
-    std::fill(fileIds.data, fileIds.data + n, 0);
-    std::fill(offsets.data, offsets.data + n, -1);
-    mapping.read(fileIds.data, static_cast<std::int64_t>(n) * 4);
-    mapping.read(offsets.data, static_cast<std::int64_t>(n) * 8);
+  // The directory is read in place, not copied, but it is held to the bound of any array the file sizes: a count
+  // that claims more entries than the file could hold is corrupt, and must not map and lengthen gigabytes.
+  TK_CHECK(static_cast<std::int64_t>(n) * 12 <= allocationLimit);
+  const std::int64_t idsAt = tell();
+  std::int64_t offsetsAt = 0;
+  TK_CHECK(checkedMulAdd(n, 4, idsAt, &offsetsAt));
+
+  // Requested ID -> its first request position; later requests of the same ID are chained behind it.
+  const std::int32_t requests = std::max(ids.count, 0);
+  IdMap firstRequest;
+  std::vector<std::int32_t> nextRequest(static_cast<std::size_t>(requests), -1);
+  std::vector<std::int32_t> lastRequest(static_cast<std::size_t>(requests), -1);
+  for (std::int32_t k = 0; k < requests; ++k) {
+    const std::int32_t id = ids.at(k);
+    const IdMap::Entry* seen = firstRequest.find(id);
+    if (seen == nullptr) {
+      firstRequest[id] = k;
+      lastRequest[static_cast<std::size_t>(k)] = k;
+    } else {
+      const std::int32_t head = seen->value;
+      nextRequest[static_cast<std::size_t>(lastRequest[static_cast<std::size_t>(head)])] = k;
+      lastRequest[static_cast<std::size_t>(head)] = k;
+    }
   }
-  IdMap indexOf;
-  indexOf.reserve(static_cast<std::size_t>(n));
-  for (std::int32_t i = 0; i < n; ++i) indexOf[fileIds.data[i]] = i;  // a repeated ID keeps its last index
-  requestedOffsets.reserve(static_cast<std::size_t>(std::max(ids.count, 0)));
-  for (std::int32_t k = 0; k < ids.count; ++k) {
-    const IdMap::Entry* found = indexOf.find(ids.at(k));
-    requestedOffsets.push_back(found != nullptr ? offsets.data[found->value] : -1);
+
+  // Directory index of each requested ID; a later occurrence in the directory overwrites an earlier one.
+  std::vector<std::int32_t> foundAt(static_cast<std::size_t>(requests), -1);
+  if (n > 0 && requests > 0) {
+    seek(idsAt);
+    const unsigned char* fileIds = mapping.take(static_cast<std::int64_t>(n) * 4);
+    for (std::int32_t i = 0; fileIds != nullptr && i < n; ++i) {
+      const IdMap::Entry* requested = firstRequest.find(Zarn::readI32(fileIds + 4 * static_cast<std::int64_t>(i)));
+      if (requested == nullptr) continue;
+      for (std::int32_t k = requested->value; k >= 0; k = nextRequest[static_cast<std::size_t>(k)]) {
+        foundAt[static_cast<std::size_t>(k)] = i;
+      }
+    }
+  }
+  requestedOffsets.reserve(static_cast<std::size_t>(requests));
+  for (std::int32_t k = 0; k < requests; ++k) {
+    const std::int32_t i = foundAt[static_cast<std::size_t>(k)];
+    std::int64_t offset = -1;
+    std::int64_t at = 0;
+    if (i >= 0 && checkedMulAdd(i, 8, offsetsAt, &at)) {
+      seek(at);
+      readI64(offset);  // no view: stays -1, the ID is passed over
+    }
+    requestedOffsets.push_back(offset);
   }
 }
 
