@@ -19,10 +19,15 @@ constexpr double kGuard = -12345.678;
 constexpr std::size_t kGuardCount = 8;
 constexpr std::int64_t kMaxResultDoubles = 1 << 20;  // keeps one run's allocation small
 
-std::string scratchPath() {
-  const char* dir = std::getenv("TMPDIR");
-  return std::string(dir != nullptr ? dir : "/tmp") + "/timekernel-fuzz-" + std::to_string(::getpid()) + ".kernel";
-}
+// The scratch file each input is written to; removed when the process ends.
+struct ScratchFile {
+  ScratchFile() {
+    const char* dir = std::getenv("TMPDIR");
+    path = std::string(dir != nullptr ? dir : "/tmp") + "/timekernel-fuzz-" + std::to_string(::getpid()) + ".kernel";
+  }
+  ~ScratchFile() { std::remove(path.c_str()); }
+  std::string path;
+};
 
 // Every response id code the key tables know, gathered once from the library's own registry.
 const std::vector<std::int32_t>& vocabulary() {
@@ -98,7 +103,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fileSize = size - fuzzinput::kRequestBytes;
     std::memcpy(request, data + fileSize, fuzzinput::kRequestBytes);
   }
-  static const std::string path = scratchPath();
+  static const ScratchFile scratch;
+  const std::string& path = scratch.path;
   if (std::FILE* f = std::fopen(path.c_str(), "wb")) {
     if (fileSize > 0) std::fwrite(data, 1, fileSize, f);
     std::fclose(f);

@@ -10,8 +10,9 @@
 // the keys step by step. Otherwise the general path assembles the node's rows in a work matrix first. Both give
 // the same values: X(d, t) - X0(d), in that order of operations.
 //
-// Each block is zeroed just before it is filled (or passed over), rather than in a separate pass over the whole
-// result beforehand: the zeros land in cache and are overwritten there.
+// No separate pass zeroes the result beforehand. On the fast path every cell of a block is written once: the
+// copied histories first, then zeros into exactly the cells that no history reached. The general path zeroes its
+// block just before filling it, while the block is about to be in cache anyway.
 #include <algorithm>
 #include <vector>
 
@@ -73,18 +74,59 @@ struct Lane {
   const unsigned char* from;  // its history in the view (set once the view is made)
 };
 
-void copyLanes(const std::vector<Lane>& lanes, std::int32_t columns, Matrix& block) {
-  const std::int64_t step = block.stride;
+// One tile of steps [t0, t1) for L lanes, step by step: the lanes' values of one step land side by side in the
+// block (they are its rows at that step), so every store goes to the same few cache lines. L is a compile-time
+// count so the lane loop unrolls into straight loads, subtractions and stores.
+template <int L, bool kSubtract>
+void copyTile(const Lane* lanes, std::int32_t t0, std::int32_t t1, double* block, std::int64_t step) {
+  const unsigned char* from[L];
+  double x0[L];
+  std::int64_t row[L];
+  for (int l = 0; l < L; ++l) {
+    from[l] = lanes[l].from;
+    x0[l] = lanes[l].x0;
+    row[l] = lanes[l].row;
+  }
+  for (std::int32_t t = t0; t < t1; ++t) {
+    double* out = block + t * step;
+    const std::int64_t at = 8 * static_cast<std::int64_t>(t);
+    for (int l = 0; l < L; ++l) out[row[l]] = kSubtract ? readF64(from[l] + at) - x0[l] : readF64(from[l] + at);
+  }
+}
+
+template <bool kSubtract>
+void copyTileOfAnyWidth(const Lane* lanes, std::size_t count, std::int32_t t0, std::int32_t t1, double* block,
+                        std::int64_t step) {
+  // Up to eight lanes at a time (a node has at most nine components); a wider group is split.
+  while (count > 0) {
+    const std::size_t n = std::min<std::size_t>(count, 8);
+    switch (n) {
+      case 1: copyTile<1, kSubtract>(lanes, t0, t1, block, step); break;
+      case 2: copyTile<2, kSubtract>(lanes, t0, t1, block, step); break;
+      case 3: copyTile<3, kSubtract>(lanes, t0, t1, block, step); break;
+      case 4: copyTile<4, kSubtract>(lanes, t0, t1, block, step); break;
+      case 5: copyTile<5, kSubtract>(lanes, t0, t1, block, step); break;
+      case 6: copyTile<6, kSubtract>(lanes, t0, t1, block, step); break;
+      case 7: copyTile<7, kSubtract>(lanes, t0, t1, block, step); break;
+      default: copyTile<8, kSubtract>(lanes, t0, t1, block, step); break;
+    }
+    lanes += n;
+    count -= n;
+  }
+}
+
+// Copies the lanes' first `columns` steps into the block and notes, per block row, how many leading steps now
+// hold values. All lanes of one quantity agree on whether an initial state is taken off.
+void copyLanes(const std::vector<Lane>& lanes, std::int32_t columns, Matrix& block, std::vector<std::int32_t>& filled) {
+  if (lanes.empty()) return;
+  for (const Lane& lane : lanes) filled[static_cast<std::size_t>(lane.row)] = columns;
+  const bool subtract = lanes.front().subtract;
   for (std::int32_t t0 = 0; t0 < columns; t0 += kTileSteps) {
     const std::int32_t t1 = std::min(columns, t0 + kTileSteps);
-    for (const Lane& lane : lanes) {
-      double* out = block.data + lane.row;
-      const unsigned char* from = lane.from;
-      if (lane.subtract) {
-        for (std::int32_t t = t0; t < t1; ++t) out[t * step] = readF64(from + 8 * static_cast<std::int64_t>(t)) - lane.x0;
-      } else {
-        for (std::int32_t t = t0; t < t1; ++t) out[t * step] = readF64(from + 8 * static_cast<std::int64_t>(t));
-      }
+    if (subtract) {
+      copyTileOfAnyWidth<true>(lanes.data(), lanes.size(), t0, t1, block.data, block.stride);
+    } else {
+      copyTileOfAnyWidth<false>(lanes.data(), lanes.size(), t0, t1, block.data, block.stride);
     }
   }
 }
@@ -92,7 +134,7 @@ void copyLanes(const std::vector<Lane>& lanes, std::int32_t columns, Matrix& blo
 // The fast path for one quantity: each selected component straight from the view into its block row.
 void copyHistoryDirect(ReadTimeKernel& kernel, std::int32_t quantity, const TimeKernelNode& node,
                        const TimeKernelKeyInfo& key, const IdMap& componentMap, const InitialColumn& initial,
-                       std::vector<Lane>& lanes, Matrix& block) {
+                       std::vector<Lane>& lanes, std::vector<std::int32_t>& filled, Matrix& block) {
   std::int32_t steps = 0, dofs = 0;
   kernel.readSectionHeader(kFirstHistorySection + quantity, steps, dofs);
   TK_CHECK(steps >= 0 && dofs >= 0);
@@ -122,7 +164,7 @@ void copyHistoryDirect(ReadTimeKernel& kernel, std::int32_t quantity, const Time
     const unsigned char* rows = kernel.mapping.take(span);
     if (rows == nullptr) return;  // no view: the block keeps its zeros
     for (Lane& lane : lanes) lane.from = rows + static_cast<std::int64_t>(lane.dof - first) * rowBytes;
-    copyLanes(lanes, columns, block);
+    copyLanes(lanes, columns, block, filled);
     return;
   }
   // Rows too far apart to share a view: one lane at a time, each from a view of its own.
@@ -131,7 +173,7 @@ void copyHistoryDirect(ReadTimeKernel& kernel, std::int32_t quantity, const Time
     kernel.seek(base + static_cast<std::int64_t>(lane.dof) * rowBytes);  // within [start, start + span)
     one[0] = lane;
     one[0].from = kernel.mapping.take(rowBytes);
-    if (one[0].from != nullptr) copyLanes(one, columns, block);
+    if (one[0].from != nullptr) copyLanes(one, columns, block, filled);
   }
 }
 
@@ -173,20 +215,35 @@ void assembleQuantityHistory(ReadTimeKernel& kernel, std::int32_t quantity, cons
   writeKeys(node, in.flags, key, componentMap, work, block);
 }
 
+// Zeroes every cell of the block that the fast path did not write: rows no history reached, and the steps past
+// what a history held.
+void zeroUnfilled(const std::vector<std::int32_t>& filled, Matrix& block) {
+  for (std::int32_t r = 0; r < block.rows; ++r) {
+    for (std::int32_t t = filled[static_cast<std::size_t>(r)]; t < block.cols; ++t) block.at(r, t) = 0.0;
+  }
+}
+
 void assembleNodeHistory(ReadTimeKernel& kernel, const TimeKernelNode& node, const HistoryInputs& in,
-                         IdMap& componentMap, Matrix& work, std::vector<Lane>& lanes, Matrix& block) {
+                         IdMap& componentMap, Matrix& work, std::vector<Lane>& lanes,
+                         std::vector<std::int32_t>& filled, Matrix& block) {
   buildComponentMap(node, componentMap);
   const bool direct = kernel.selectedMode < 0 && in.baseMotion.empty() &&
                       !(flags::has(in.flags, flags::kRotate) && node.transform.present());
+  if (direct) {
+    std::fill(filled.begin(), filled.end(), 0);
+  } else {
+    block.setZero();
+  }
   for (std::int32_t quantity = 0; quantity < 3; ++quantity) {
     const counted_ptr<TimeKernelKeyInfo>& key = kernel.keySet.nodeKeys[quantity];
     if (!key || key->selection.empty()) continue;
     if (direct) {
-      copyHistoryDirect(kernel, quantity, node, *key, componentMap, in.initial[quantity], lanes, block);
+      copyHistoryDirect(kernel, quantity, node, *key, componentMap, in.initial[quantity], lanes, filled, block);
     } else {
       assembleQuantityHistory(kernel, quantity, node, in, *key, componentMap, work, block);
     }
   }
+  if (direct) zeroUnfilled(filled, block);
 }
 
 }  // namespace
@@ -202,17 +259,22 @@ void evaluateNodalHistory(ReadTimeKernel& kernel, std::int32_t flagWord, std::in
   IdMap componentMap;
   Matrix work;
   std::vector<Lane> lanes;
+  std::vector<std::int32_t> filled(static_cast<std::size_t>(std::max(keyCount, 0)));
+  const std::int64_t blockSize = static_cast<std::int64_t>(keyCount) * kernel.stepCount;
   const auto ids = static_cast<std::int32_t>(kernel.requestedOffsets.size());
   for (std::int32_t i = 0; i < result.cols; ++i) {
     double* column = result.data + static_cast<std::int64_t>(i) * result.stride;
-    std::fill(column, column + result.rows, 0.0);
+    std::fill(column + blockSize, column + result.rows, 0.0);  // the block's tail: no value lands there
     const std::int64_t offset = i < ids ? kernel.requestedOffsets[static_cast<std::size_t>(i)] : -1;
-    if (offset < 0) continue;
+    if (offset < 0) {
+      std::fill(column, column + blockSize, 0.0);  // an ID the file lacks keeps a zero block
+      continue;
+    }
     kernel.seek(offset);
     Matrix block = Matrix::view(keyCount, kernel.stepCount, column, keyCount);
     ClearOnExit<TimeKernelNode> clearNode(node);
     node.read();
-    assembleNodeHistory(kernel, node, in, componentMap, work, lanes, block);
+    assembleNodeHistory(kernel, node, in, componentMap, work, lanes, filled, block);
   }
 }
 

@@ -6,6 +6,8 @@
 #include "kernelfile/Bytes.h"
 #include "model/Allocation.h"
 #include "model/Failure.h"
+#include "model/TimeKernelElement.h"
+#include "model/TimeKernelNode.h"
 
 namespace Zarn {
 
@@ -144,6 +146,10 @@ void ReadTimeKernel::freeRequiredRows() {
 void ReadTimeKernel::endCycle() {
   close();
   keySet.clearSelections();
+  // The flows clear each prototype after its record; a failure part-way through a record read must not leave
+  // one filled until the next call either.
+  if (nodePrototype) nodePrototype->clear();
+  for (auto& entry : elementPrototypes) entry.second->clear();
   selectedMode = -1;
   requestedOffsets.clear();
   requestedOffsets.shrink_to_fit();  // a call keeps nothing afterwards
