@@ -60,6 +60,22 @@ Matrix columnOf(Vector& v) {
   return Matrix::view(v.size, 1, v.data, v.size);
 }
 
+// Calls visit(i, element) for each requested ID i (below `columns`) whose record holds an element of a known type.
+// IDs the file lacks and unknown type codes are passed over, their blocks staying zero. The prototype is cleared
+// after each visit, also when a failure unwinds through it.
+template <class Visit>
+void forEachRequestedElement(ReadTimeKernel& kernel, std::int32_t columns, Visit visit) {
+  const auto ids = static_cast<std::int32_t>(kernel.requestedOffsets.size());
+  for (std::int32_t i = 0; i < ids && i < columns; ++i) {
+    const std::int64_t offset = kernel.requestedOffsets[static_cast<std::size_t>(i)];
+    if (offset < 0) continue;
+    counted_ptr<TimeKernelElement> element = readElementAt(kernel, offset);
+    if (!element) continue;
+    ClearOnExit<TimeKernelElement> clearElement(*element);
+    visit(i, *element);
+  }
+}
+
 }  // namespace
 
 void evaluateElementHistory(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_t keyCount,
@@ -69,17 +85,11 @@ void evaluateElementHistory(ReadTimeKernel& kernel, std::int32_t flagWord, std::
   Matrix loadFactors;
   if (!flags::has(flagWord, flags::kSingleMode)) readLoadFactors(kernel, loadFactors);
 
-  const auto ids = static_cast<std::int32_t>(kernel.requestedOffsets.size());
-  for (std::int32_t i = 0; i < ids && i < result.cols; ++i) {
-    const std::int64_t offset = kernel.requestedOffsets[static_cast<std::size_t>(i)];
-    if (offset < 0) continue;
-    counted_ptr<TimeKernelElement> element = readElementAt(kernel, offset);
-    if (!element) continue;
-    ClearOnExit<TimeKernelElement> clearElement(*element);
+  forEachRequestedElement(kernel, result.cols, [&](std::int32_t i, TimeKernelElement& element) {
     Matrix block = Matrix::view(keyCount, kernel.stepCount,
                                 result.data + static_cast<std::int64_t>(i) * result.stride, keyCount);
-    recoverElement(*element, flagWord, loadFactors, block);
-  }
+    recoverElement(element, flagWord, loadFactors, block);
+  });
 }
 
 void evaluateElementStep(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_t stepIndex,
@@ -94,24 +104,18 @@ void evaluateElementStep(ReadTimeKernel& kernel, std::int32_t flagWord, std::int
   const Matrix loads = columnOf(loadFactors);
 
   Vector d, v;
-  const auto ids = static_cast<std::int32_t>(kernel.requestedOffsets.size());
-  for (std::int32_t i = 0; i < ids && i < result.cols; ++i) {
-    const std::int64_t offset = kernel.requestedOffsets[static_cast<std::size_t>(i)];
-    if (offset < 0) continue;
-    counted_ptr<TimeKernelElement> element = readElementAt(kernel, offset);
-    if (!element) continue;
-    ClearOnExit<TimeKernelElement> clearElement(*element);
-    if (element->dofRows.size == 0) continue;
-    gather(displacement, element->dofRows, d);
-    if (!velocity.empty()) gather(velocity, element->dofRows, v);
+  forEachRequestedElement(kernel, result.cols, [&](std::int32_t i, TimeKernelElement& element) {
+    if (element.dofRows.size == 0) return;
+    gather(displacement, element.dofRows, d);
+    if (!velocity.empty()) gather(velocity, element.dofRows, v);
     const Matrix displacements = columnOf(d);
     const Matrix velocities = velocity.empty() ? Matrix() : columnOf(v);
     Matrix block =
         Matrix::view(result.rows, 1, result.data + static_cast<std::int64_t>(i) * result.stride, result.rows);
-    recoverForce(*element, kernel.keySet, flagWord, displacements, velocities, loads, block);
-    recoverStress(*element, kernel.keySet, flagWord, displacements, loads, block);
-    recoverDeform(*element, kernel.keySet, displacements, block);
-  }
+    recoverForce(element, kernel.keySet, flagWord, displacements, velocities, loads, block);
+    recoverStress(element, kernel.keySet, flagWord, displacements, loads, block);
+    recoverDeform(element, kernel.keySet, displacements, block);
+  });
 }
 
 }  // namespace Zarn
