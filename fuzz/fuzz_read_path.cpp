@@ -12,6 +12,7 @@
 #include "FuzzInput.h"
 #include "TimeKernel.h"
 #include "cycle/TheKernel.h"
+#include "kernelfile/platform.h"
 
 namespace {
 
@@ -96,7 +97,27 @@ void checkResult(std::int32_t rc) {
 
 }  // namespace
 
+// The machine's memory and disk figures decide the library's window and allocation bound. Fixed here, the same
+// input takes the same path on every machine, so a run with a fixed seed is reproducible anywhere.
+void fixMachineFigures() {
+  Zarn::platform::Calls& calls = Zarn::platform::calls();
+  calls.availableMemory = [](std::int64_t* bytes) {
+    *bytes = std::int64_t{2} << 30;
+    return true;
+  };
+  calls.processMemoryUse = [](std::int64_t* bytes) {
+    *bytes = std::int64_t{64} << 20;
+    return true;
+  };
+  calls.freeDiskSpace = [](Zarn::platform::FileHandle, std::int64_t* bytes) {
+    *bytes = std::int64_t{16} << 30;
+    return true;
+  };
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const bool fixed = (fixMachineFigures(), true);
+  (void)fixed;
   std::uint8_t request[fuzzinput::kRequestBytes] = {};
   std::size_t fileSize = size;
   if (size >= fuzzinput::kRequestBytes) {

@@ -42,19 +42,22 @@ void FileMapping::open(const std::string& name, std::int64_t requestedSize) {
   std::int64_t size = 0;
   if (!platform::calls().fileSize(file_, &size) || size < 0) size = 0;
   fileSize_ = size;
+  openSize_ = size;
   mappingSize_ = requestedSize != 0 ? requestedSize : (fileSize_ != 0 ? fileSize_ : windowSize);
   if (mappingSize_ != 0) createMapping(mappingSize_);
 }
 
 // Creates the mapping of `size` bytes. As with a system mapping object that is larger than its file, the file is
-// lengthened to `size`. A lengthening beyond the free space of the file system is refused, and so is a negative
-// size: the mapping then does not exist and every read of this call is dropped.
+// lengthened to `size`. A lengthening beyond the free space of the file system, or by more than kMaximumGrowth
+// since the open, is refused, and so is a negative size: the mapping then does not exist and every read of this
+// call is dropped.
 void FileMapping::createMapping(std::int64_t size) {
   mappingOpen_ = false;
   if (size <= 0 || !file_.isOpen) return;
   std::int64_t current = 0;
   if (!platform::calls().fileSize(file_, &current)) return;
   if (size > current) {
+    if (size - openSize_ > kMaximumGrowth) return;
     std::int64_t freeBytes = 0;
     if (!platform::calls().freeDiskSpace(file_, &freeBytes) || size - current > freeBytes) return;
     if (!platform::calls().extendFile(file_, size)) return;
@@ -82,6 +85,7 @@ void FileMapping::close() {
   viewOffset_ = 0;
   viewSize_ = 0;
   mappingSize_ = 0;
+  openSize_ = 0;
   windowSize = kClosedWindowSize;
   fileName_.clear();
 }
@@ -165,6 +169,7 @@ void FileMapping::borrowFrom(const FileMapping& source) {
   viewOffset_ = source.viewOffset_;
   viewSize_ = source.viewSize_;
   mappingSize_ = source.mappingSize_;
+  openSize_ = source.openSize_;
   windowSize = source.windowSize;
   fileName_ = source.fileName_;
 }

@@ -8,7 +8,8 @@
 // Reading past the end of the file is not an error: the mapping is made larger, which lengthens the file on disk
 // with zero bytes, and what is read there is zeros. A read for which no view can be made (the mapping or the view
 // call failed, the position is negative, the size would overflow, or the disk has no room for the lengthening) is
-// silently dropped: nothing is copied, the position does not move, the destination keeps what it held.
+// silently dropped: nothing is copied, the position does not move, the destination keeps what it held. A file is
+// never lengthened beyond the free space of its file system, nor by more than kMaximumGrowth in one open.
 #pragma once
 
 #include <cstdint>
@@ -25,6 +26,11 @@ class FileMapping {
   static constexpr std::int64_t kViewGranularity = 65536;
   // `windowSize` when constructed or closed; the owner sets the real figure after every `open`.
   static constexpr std::int64_t kClosedWindowSize = 1024;
+  // How far one open may lengthen its file. Reading a little past the end of a short file lengthens it, as the
+  // mapping does on every system; a position far past the end (a corrupt offset) must not leave a file gigabytes
+  // longer, nor make the next call take it for a large file. Beyond this the mapping is refused and the read
+  // dropped, as when the disk is full.
+  static constexpr std::int64_t kMaximumGrowth = 0x100000;
 
   FileMapping() = default;
   virtual ~FileMapping();
@@ -87,6 +93,7 @@ class FileMapping {
   std::int64_t viewOffset_ = 0;    // file offset of the byte at view_ (a multiple of kViewGranularity)
   std::int64_t viewSize_ = 0;      // bytes mapped at view_
   std::int64_t mappingSize_ = 0;   // size of the mapping
+  std::int64_t openSize_ = 0;      // the file's size when it was opened; growth is measured from it
   std::string fileName_;           // path of the file
 };
 
