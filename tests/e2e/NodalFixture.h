@@ -26,6 +26,7 @@
 #include "TimeKernel.h"
 #include "cycle/TheKernel.h"
 #include "kernelwriter/KernelWriter.h"
+#include "support/ResponseSections.h"
 #include "support/TestSupport.h"
 
 namespace nodaltest {
@@ -157,20 +158,8 @@ inline NodalModel standardModel() {
   return m;
 }
 
-// The transpose of a rows x cols column-major matrix.
-inline std::vector<double> transposed(const std::vector<double>& v, std::int32_t rows, std::int32_t cols) {
-  std::vector<double> t(v.size());
-  for (std::int32_t j = 0; j < cols; ++j)
-    for (std::int32_t i = 0; i < rows; ++i) t[j + static_cast<std::size_t>(cols) * i] = v[i + static_cast<std::size_t>(rows) * j];
-  return t;
-}
-
-// A column followed by a second column of junk: sections whose column 0 alone is used.
-inline std::vector<double> withJunkColumn(const std::vector<double>& column) {
-  std::vector<double> v = column;
-  for (std::size_t i = 0; i < column.size(); ++i) v.push_back(1.0e6 + static_cast<double>(i));
-  return v;
-}
+// Where the never-read second columns of the initial states start.
+constexpr double kJunk = 1.0e6;
 
 // Every section 0..26 of the model. An element with the id of the first node sits in section 3, so that a
 // nodal request that looked at the element directory would show.
@@ -191,17 +180,10 @@ inline kernelwriter::KernelFile modelFile(const NodalModel& m) {
   std::vector<double> loads;
   for (std::int32_t k = 0; k < 2 * m.steps; ++k) loads.push_back(0.5 + k);
   f.setMatrix(4, 2, m.steps, loads);
-  for (int q = 0; q < 3; ++q) {
-    f.setMatrix(5 + q, rows, 2, withJunkColumn(m.initialWithBase[q]));
-    f.setMatrix(8 + q, rows, 2, withJunkColumn(m.initialWithout[q]));
-    f.setMatrix(12 + q, m.modes, 2, withJunkColumn(m.modalInitial[q]));
-    f.setMatrix(15 + q, rows, m.steps, m.direct[q]);
-    f.setMatrix(18 + q, m.modes, m.steps, m.modal[q]);
-    f.setMatrix(21 + q, m.steps, rows, transposed(m.direct[q], rows, m.steps));
-    f.setMatrix(24 + q, m.steps, m.modes, transposed(m.modal[q], m.modes, m.steps));
-  }
+  testsupport::setResponseSections(f, rows, m.modes, m.steps, m.initialWithBase, m.initialWithout, m.modalInitial,
+                                   m.direct, m.modal, kJunk);
   if (m.constantRows > 0)
-    f.setMatrix(11, m.constantRows, 2, withJunkColumn(m.constantBase));
+    f.setMatrix(11, m.constantRows, 2, testsupport::withJunkColumn(m.constantBase, kJunk));
   else
     f.setMatrix(11, 0, 1, std::vector<double>{});
   return f;

@@ -42,6 +42,7 @@
 #include "TimeKernel.h"
 #include "cycle/TheKernel.h"
 #include "kernelwriter/KernelWriter.h"
+#include "support/ResponseSections.h"
 #include "support/TestSupport.h"
 
 // Sanitizer builds run the same suites with smaller counts (see test_soak.cpp).
@@ -209,21 +210,8 @@ inline GoodModel goodModel() {
   return m;
 }
 
-// The transpose of a rows x cols column-major matrix.
-inline std::vector<double> transposed(const std::vector<double>& v, std::int32_t rows, std::int32_t cols) {
-  std::vector<double> t(v.size());
-  for (std::int32_t j = 0; j < cols; ++j)
-    for (std::int32_t i = 0; i < rows; ++i)
-      t[j + static_cast<std::size_t>(cols) * i] = v[i + static_cast<std::size_t>(rows) * j];
-  return t;
-}
-
-// A column followed by a second column of junk: sections of which column 0 alone is used.
-inline std::vector<double> withJunkColumn(const std::vector<double>& column) {
-  std::vector<double> v = column;
-  for (std::size_t i = 0; i < column.size(); ++i) v.push_back(5.0e5 + static_cast<double>(i));
-  return v;
-}
+// Where the never-read second columns of the initial states start.
+constexpr double kJunk = 5.0e5;
 
 inline kernelwriter::KernelFile modelFile(const GoodModel& m) {
   kernelwriter::KernelFile f;
@@ -235,16 +223,9 @@ inline kernelwriter::KernelFile modelFile(const GoodModel& m) {
   }
   for (const ModelElement& e : m.elements) f.addElement(e.id, e.record);
   f.setMatrix(4, m.loads, m.steps, m.loadFactors);
-  for (int q = 0; q < 3; ++q) {
-    f.setMatrix(5 + q, m.dofs, 2, withJunkColumn(m.initialWith[q]));
-    f.setMatrix(8 + q, m.dofs, 2, withJunkColumn(m.initialWithout[q]));
-    f.setMatrix(12 + q, m.modes, 2, withJunkColumn(m.modalInitial[q]));
-    f.setMatrix(15 + q, m.dofs, m.steps, m.direct[q]);
-    f.setMatrix(18 + q, m.modes, m.steps, m.modal[q]);
-    f.setMatrix(21 + q, m.steps, m.dofs, transposed(m.direct[q], m.dofs, m.steps));
-    f.setMatrix(24 + q, m.steps, m.modes, transposed(m.modal[q], m.modes, m.steps));
-  }
-  f.setMatrix(11, 9, 2, withJunkColumn(m.constantBase));
+  testsupport::setResponseSections(f, m.dofs, m.modes, m.steps, m.initialWith, m.initialWithout, m.modalInitial,
+                                   m.direct, m.modal, kJunk);
+  f.setMatrix(11, 9, 2, testsupport::withJunkColumn(m.constantBase, kJunk));
   return f;
 }
 

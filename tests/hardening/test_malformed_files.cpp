@@ -109,6 +109,27 @@ class Malformed : public HardeningTest {
     return l;
   }
   void writeBad(const std::vector<std::uint8_t>& b) { kernelwriter::writeBytes(bad.path(), b); }
+  // The bad file: the good one with the position of section `section` in the header replaced by `position`.
+  void writeWithSectionAt(int section, std::int64_t position) {
+    KernelFile f = modelFile(model);
+    f.setPositionOverride(section, position);
+    writeBad(f);
+  }
+
+  // What a file gives whose section 21, 2 or 3 is not where its header says: without 21 it answers nothing,
+  // without 2 no nodal request, without 3 neither the listing nor an element request.
+  void expectSectionMissing(int section) {
+    if (section == 21) {
+      expectEverythingRefused();
+    } else if (section == 2) {
+      expectNodalRequestsRefused();
+      expectElementAnswers(model);
+    } else {
+      expectList(16, -1);
+      expectElementRequestsRefused();
+      expectNodalAnswers(model);
+    }
+  }
 
   // The good file's bytes and layout, to patch.
   std::vector<std::uint8_t> goodBytes(Layout* layout = nullptr) { return modelFile(model).bytes(layout); }
@@ -269,21 +290,15 @@ TEST_F(Malformed, FileWithoutPermissions) {
 TEST_F(Malformed, SectionPositionNegativeOtherThanMinusOne) {
   for (const std::int64_t position : {std::int64_t(-5), std::int64_t(-2), INT64_MIN}) {
     SCOPED_TRACE("position " + std::to_string(position));
-    KernelFile f = modelFile(model);
-    f.setPositionOverride(21, position);
-    writeBad(f);
+    writeWithSectionAt(21, position);
     expectEverythingRefused();
 
-    f = modelFile(model);
-    f.setPositionOverride(2, position);
-    writeBad(f);
+    writeWithSectionAt(2, position);
     expectNodalRequestsRefused();
     expectListing(model);
     expectElementAnswers(model);
 
-    f = modelFile(model);
-    f.setPositionOverride(3, position);
-    writeBad(f);
+    writeWithSectionAt(3, position);
     expectList(16, -1);
     expectList(0, -1);
     expectElementRequestsRefused();
@@ -307,19 +322,10 @@ TEST_F(Malformed, NegativePositionOfATwinnedSectionFallsBackToTheTwin) {
 TEST_F(Malformed, SectionPositionIntoTheHeader) {
   // At offset 8 stands the upper half of section 0's position, 0: no section number but 0 matches.
   for (const int section : {21, 2, 3, 4}) {
-    KernelFile f = modelFile(model);
-    f.setPositionOverride(section, 8);
-    writeBad(f);
+    writeWithSectionAt(section, 8);
     SCOPED_TRACE("section " + std::to_string(section));
-    if (section == 21) {
-      expectEverythingRefused();
-    } else if (section == 2) {
-      expectNodalRequestsRefused();
-      expectElementAnswers(model);
-    } else if (section == 3) {
-      expectList(16, -1);
-      expectElementRequestsRefused();
-      expectNodalAnswers(model);
+    if (section == 21 || section == 2 || section == 3) {
+      expectSectionMissing(section);
     } else {
       // Load factors are read by the element flows unless a single mode is asked for.
       expectElementRequestsRefused();
@@ -333,20 +339,11 @@ TEST_F(Malformed, SectionPositionIntoTheHeader) {
 TEST_F(Malformed, SectionPositionPastTheEnd) {
   // Past the end the file reads as zeros (and is lengthened up to what was read): section number 0.
   for (const int section : {21, 2, 3, 16}) {
-    KernelFile f = modelFile(model);
     const std::int64_t position = goodLayout.fileSize + 1000;
-    f.setPositionOverride(section, position);
-    writeBad(f);
+    writeWithSectionAt(section, position);
     SCOPED_TRACE("section " + std::to_string(section));
-    if (section == 21) {
-      expectEverythingRefused();
-    } else if (section == 2) {
-      expectNodalRequestsRefused();
-      expectElementAnswers(model);
-    } else if (section == 3) {
-      expectList(16, -1);
-      expectElementRequestsRefused();
-      expectNodalAnswers(model);
+    if (section == 21 || section == 2 || section == 3) {
+      expectSectionMissing(section);
     } else {
       // Section 16 is mislabelled there; its twin 22 serves.
       expectNodalAnswers(model);
@@ -359,10 +356,8 @@ TEST_F(Malformed, SectionPositionPastTheEnd) {
 TEST_F(Malformed, ModeShapesPastTheEndReadAsAnEmptySection) {
   // Zeros read as the header of section 0 with no rows: a request that needs the mode shapes fails, the
   // direct requests do not read them and answer.
-  KernelFile f = modelFile(model);
   const std::int64_t position = goodLayout.fileSize + 4096;
-  f.setPositionOverride(0, position);
-  writeBad(f);
+  writeWithSectionAt(0, position);
   expectNodalAnswers(model);
   expectElementAnswers(model);
   expectCode(nodalHistory(model, kSingleMode, 1), -1);
@@ -383,9 +378,7 @@ TEST_F(Malformed, SectionPositionNear2To62) {
     const bool lengthening = position <= INT64_MAX - 12;
     SCOPED_TRACE("position " + std::to_string(position));
     for (const int section : {21, 2, 3, 15}) {
-      KernelFile f = modelFile(model);
-      f.setPositionOverride(section, position);
-      writeBad(f);
+      writeWithSectionAt(section, position);
       SCOPED_TRACE("section " + std::to_string(section));
       if (section == 21) {
         expectEverythingRefused();
@@ -581,13 +574,24 @@ std::int64_t directoryOffsetField(const Layout& l, int section, std::size_t n, s
          8 * static_cast<std::int64_t>(index);
 }
 
+// In the bytes `b` of a file laid out as `l`, points the directory entry of node `id` of `m` at `at`.
+void putNodeRecordOffset(std::vector<std::uint8_t>& b, const Layout& l, const GoodModel& m, std::int32_t id,
+                         std::int64_t at) {
+  kernelwriter::putI64(b, directoryOffsetField(l, 2, m.nodes.size(), indexOfNode(m, id)), at);
+}
+
+// In the bytes `b` of a file laid out as `l`, points the directory entry of element `id` of `m` at `at`.
+void putElementRecordOffset(std::vector<std::uint8_t>& b, const Layout& l, const GoodModel& m, std::int32_t id,
+                            std::int64_t at) {
+  kernelwriter::putI64(b, directoryOffsetField(l, 3, m.elements.size(), indexOfElement(m, id)), at);
+}
+
 TEST_F(Malformed, NodeRecordOffsetIntoTheHeader) {
   // At offset 8: count 0 (the upper half of section 0's position) and a non-zero hasTransform (the lower half
   // of section 1's position): a node without degrees of freedom.
   Layout l;
   std::vector<std::uint8_t> b = goodBytes(&l);
-  kernelwriter::putI64(b, directoryOffsetField(l, 2, model.nodes.size(), indexOfNode(model, kNodeTranslations)),
-                       8);
+  putNodeRecordOffset(b, l, model, kNodeTranslations, 8);
   writeBad(b);
   // Alone it reaches no row of the response tables: refused.
   expectCode(alone({kNodeTranslations}, false), -1);
@@ -605,8 +609,7 @@ TEST_F(Malformed, NodeRecordOffsetIntoAnotherRecord) {
   Layout l;
   std::vector<std::uint8_t> b = goodBytes(&l);
   const std::int64_t into = l.nodeRecordOffsets[indexOfNode(model, kNodeFull)] + 4;
-  kernelwriter::putI64(b, directoryOffsetField(l, 2, model.nodes.size(), indexOfNode(model, kNodeTranslations)),
-                       into);
+  putNodeRecordOffset(b, l, model, kNodeTranslations, into);
   writeBad(b);
   const Outcome step = expectCode(alone({kNodeTranslations}, false), 0);
   EXPECT_TRUE(allZero(step.values));
@@ -626,8 +629,7 @@ TEST_F(Malformed, ElementRecordOffsetIntoTheHeaderOrAnotherRecord) {
     Layout l;
     std::vector<std::uint8_t> b = goodBytes(&l);
     const std::int64_t into = header ? 0 : l.elementRecordOffsets[indexOfElement(model, kBarId)] + 4;
-    kernelwriter::putI64(b, directoryOffsetField(l, 3, model.elements.size(), indexOfElement(model, kRodId)),
-                         into);
+    putElementRecordOffset(b, l, model, kRodId, into);
     writeBad(b);
     expectCode(alone({kRodId}, true), -1);
     expectCode(aloneHistory({kRodId}, true, model.steps), -1);
@@ -642,10 +644,8 @@ TEST_F(Malformed, RecordOffsetPastTheEnd) {
   Layout l;
   std::vector<std::uint8_t> b = goodBytes(&l);
   const std::int64_t nodeAt = goodLayout.fileSize + 100, elementAt = goodLayout.fileSize + 5000;
-  kernelwriter::putI64(b, directoryOffsetField(l, 2, model.nodes.size(), indexOfNode(model, kNodeShuffled)),
-                       nodeAt);
-  kernelwriter::putI64(b, directoryOffsetField(l, 3, model.elements.size(), indexOfElement(model, kSolidId)),
-                       elementAt);
+  putNodeRecordOffset(b, l, model, kNodeShuffled, nodeAt);
+  putElementRecordOffset(b, l, model, kSolidId, elementAt);
   writeBad(b);
   // Past the end the record reads as zeros: a node of no degree of freedom, an element of type code 0.
   expectCode(alone({kNodeShuffled}, false), -1);
@@ -667,9 +667,8 @@ TEST_F(Malformed, RecordOffsetNear2To62) {
     SCOPED_TRACE("offset " + std::to_string(at));
     Layout l;
     std::vector<std::uint8_t> b = goodBytes(&l);
-    kernelwriter::putI64(b, directoryOffsetField(l, 2, model.nodes.size(), indexOfNode(model, kNodeFull)), at);
-    kernelwriter::putI64(b, directoryOffsetField(l, 3, model.elements.size(), indexOfElement(model, kShellId)),
-                         at);
+    putNodeRecordOffset(b, l, model, kNodeFull, at);
+    putElementRecordOffset(b, l, model, kShellId, at);
     writeBad(b);
     expectCode(alone({kNodeFull}, false), -1);
     expectCode(aloneHistory({kNodeFull}, false, model.steps), -1);
@@ -699,9 +698,8 @@ TEST_F(Malformed, RecordOffsetNegative) {
   // A negative position is "not in the file": that ID's block stays zero.
   Layout l;
   std::vector<std::uint8_t> b = goodBytes(&l);
-  kernelwriter::putI64(b, directoryOffsetField(l, 2, model.nodes.size(), indexOfNode(model, kNodeFull)), -5);
-  kernelwriter::putI64(b, directoryOffsetField(l, 3, model.elements.size(), indexOfElement(model, kBushId)),
-                       INT64_MIN);
+  putNodeRecordOffset(b, l, model, kNodeFull, -5);
+  putElementRecordOffset(b, l, model, kBushId, INT64_MIN);
   writeBad(b);
   expectCode(alone({kNodeFull}, false), -1);
   expectCode(alone({kBushId}, true), -1);

@@ -42,13 +42,20 @@ testing::AssertionResult matchesPattern(const unsigned char* bytes, std::int64_t
   return testing::AssertionSuccess();
 }
 
-class FileMappingTest : public testsupport::PlatformTest {};
+class FileMappingTest : public testsupport::PlatformTest {
+ protected:
+  // Writes a pattern file of `size` bytes at `file` and opens `mapping` on it at its own size.
+  void openPatternFile(std::int64_t size) {
+    writePatternFile(file.path(), size);
+    mapping.open(file.path(), 0);
+  }
+
+  TempFile file;  // declared first: removed only after the mapping has closed it
+  FileMapping mapping;
+};
 
 TEST_F(FileMappingTest, TwelveBytesAt65537MapFrom65536WithOneByteMoreThanTheComputedSize) {
-  TempFile file;
-  writePatternFile(file.path(), 200000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(200000);
   ASSERT_TRUE(mapping.isOpen());
   EXPECT_EQ(mapping.windowSize, 1024);  // not set by anybody yet
   mapping.seek(65537, 0);
@@ -68,10 +75,7 @@ TEST_F(FileMappingTest, TwelveBytesAt65537MapFrom65536WithOneByteMoreThanTheComp
 }
 
 TEST_F(FileMappingTest, TwelveBytesAt65537WithALargeWindowMapToTheEndPlusOneByte) {
-  TempFile file;
-  writePatternFile(file.path(), 200000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(200000);
   ASSERT_TRUE(mapping.isOpen());
   mapping.windowSize = 0x100000;
   mapping.seek(65537, 0);
@@ -86,10 +90,8 @@ TEST_F(FileMappingTest, TwelveBytesAt65537WithALargeWindowMapToTheEndPlusOneByte
 }
 
 TEST_F(FileMappingTest, EmptyFileTakesTheWindowSizeAsMappingAndIsLengthened) {
-  TempFile file;
   kernelwriter::writeBytes(file.path(), {});
   ASSERT_EQ(sizeOnDisk(file.path()), 0);
-  FileMapping mapping;
   mapping.open(file.path(), 0);
   ASSERT_TRUE(mapping.isOpen());
   EXPECT_EQ(mapping.fileSize(), 0);
@@ -102,9 +104,7 @@ TEST_F(FileMappingTest, EmptyFileTakesTheWindowSizeAsMappingAndIsLengthened) {
 }
 
 TEST_F(FileMappingTest, EmptyFileTakesAWindowSizeSetBeforeOpen) {
-  TempFile file;
   kernelwriter::writeBytes(file.path(), {});
-  FileMapping mapping;
   mapping.windowSize = 5000;
   mapping.open(file.path(), 0);
   ASSERT_TRUE(mapping.isOpen());
@@ -113,9 +113,7 @@ TEST_F(FileMappingTest, EmptyFileTakesAWindowSizeSetBeforeOpen) {
 }
 
 TEST_F(FileMappingTest, RequestedSizeWinsOverTheFileSize) {
-  TempFile file;
   writePatternFile(file.path(), 300);
-  FileMapping mapping;
   mapping.open(file.path(), 700);
   ASSERT_TRUE(mapping.isOpen());
   EXPECT_EQ(mapping.fileSize(), 300);
@@ -124,10 +122,7 @@ TEST_F(FileMappingTest, RequestedSizeWinsOverTheFileSize) {
 }
 
 TEST_F(FileMappingTest, NonEmptyFileMapsItsOwnSizeAndStaysAsItIs) {
-  TempFile file;
-  writePatternFile(file.path(), 3000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(3000);
   ASSERT_TRUE(mapping.isOpen());
   EXPECT_EQ(mapping.fileSize(), 3000);
   EXPECT_EQ(mapping.mappingSize(), 3000);
@@ -140,10 +135,7 @@ TEST_F(FileMappingTest, NonEmptyFileMapsItsOwnSizeAndStaysAsItIs) {
 }
 
 TEST_F(FileMappingTest, EnsureViewPastTheEndGrowsTheMappingToExactlyPositionPlusN) {
-  TempFile file;
-  writePatternFile(file.path(), 1000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(1000);
   ASSERT_TRUE(mapping.isOpen());
   mapping.seek(990, 0);
   mapping.ensureView(100);
@@ -163,10 +155,7 @@ TEST_F(FileMappingTest, EnsureViewPastTheEndGrowsTheMappingToExactlyPositionPlus
 }
 
 TEST_F(FileMappingTest, SeekPastTheMappingRaisesFileSizeAndOnlyTheNextEnsureViewGrows) {
-  TempFile file;
-  writePatternFile(file.path(), 1000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(1000);
   ASSERT_TRUE(mapping.isOpen());
 
   EXPECT_EQ(mapping.seek(10, 0), 0u);
@@ -194,10 +183,7 @@ TEST_F(FileMappingTest, SeekPastTheMappingRaisesFileSizeAndOnlyTheNextEnsureView
 }
 
 TEST_F(FileMappingTest, SeekWhenceRelativeAndFromTheEnd) {
-  TempFile file;
-  writePatternFile(file.path(), 1000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(1000);
   ASSERT_TRUE(mapping.isOpen());
   mapping.seek(100, 0);
   mapping.seek(25, 1);
@@ -214,10 +200,7 @@ TEST_F(FileMappingTest, SeekWhenceRelativeAndFromTheEnd) {
 }
 
 TEST_F(FileMappingTest, NearbyForwardReadStaysInTheViewWithoutPlatformCalls) {
-  TempFile file;
-  writePatternFile(file.path(), 200000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(200000);
   ASSERT_TRUE(mapping.isOpen());
   mapping.windowSize = 4096;
   mapping.seek(100, 0);
@@ -256,10 +239,7 @@ TEST_F(FileMappingTest, NearbyForwardReadStaysInTheViewWithoutPlatformCalls) {
 }
 
 TEST_F(FileMappingTest, SeekBackwardsBeforeTheViewOffsetAlwaysRemaps) {
-  TempFile file;
-  writePatternFile(file.path(), 200000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(200000);
   ASSERT_TRUE(mapping.isOpen());
   mapping.windowSize = 0x100000;
   mapping.seek(65537, 0);
@@ -285,11 +265,10 @@ TEST_F(FileMappingTest, SeekBackwardsBeforeTheViewOffsetAlwaysRemaps) {
 }
 
 TEST_F(FileMappingTest, OnlyOneViewExistsAtATime) {
-  TempFile file;
   writePatternFile(file.path(), 400000);
   PlatformCallCounter counter;
   {
-    FileMapping mapping;
+    FileMapping mapping;  // one of its own, so that its destructor runs inside the test
     mapping.open(file.path(), 0);
     ASSERT_TRUE(mapping.isOpen());
     mapping.windowSize = 4096;
@@ -308,10 +287,7 @@ TEST_F(FileMappingTest, OnlyOneViewExistsAtATime) {
 }
 
 TEST_F(FileMappingTest, CloseForgetsEverythingAndPutsTheWindowBackTo1024) {
-  TempFile file;
-  writePatternFile(file.path(), 5000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(5000);
   ASSERT_TRUE(mapping.isOpen());
   mapping.windowSize = 777777;
   mapping.seek(100, 0);
@@ -345,10 +321,7 @@ TEST_F(FileMappingTest, CloseForgetsEverythingAndPutsTheWindowBackTo1024) {
 }
 
 TEST_F(FileMappingTest, FailedMapViewLeavesTheDestinationAndThePosition) {
-  TempFile file;
-  writePatternFile(file.path(), 5000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(5000);
   ASSERT_TRUE(mapping.isOpen());
   mapping.seek(40, 0);
 
@@ -370,10 +343,7 @@ TEST_F(FileMappingTest, FailedMapViewLeavesTheDestinationAndThePosition) {
 }
 
 TEST_F(FileMappingTest, TakeHandsOutThePointerAndAdvances) {
-  TempFile file;
-  writePatternFile(file.path(), 5000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(5000);
   ASSERT_TRUE(mapping.isOpen());
   mapping.seek(1234, 0);
   const unsigned char* p = mapping.take(20);
@@ -384,10 +354,7 @@ TEST_F(FileMappingTest, TakeHandsOutThePointerAndAdvances) {
 }
 
 TEST_F(FileMappingTest, ReadAtANegativePositionIsDropped) {
-  TempFile file;
-  writePatternFile(file.path(), 5000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(5000);
   ASSERT_TRUE(mapping.isOpen());
   mapping.seek(-8, 0);
   std::int64_t value = 42;
@@ -398,10 +365,7 @@ TEST_F(FileMappingTest, ReadAtANegativePositionIsDropped) {
 }
 
 TEST_F(FileMappingTest, GrowthBeyondTheFreeDiskSpaceIsRefusedAndTheReadDropped) {
-  TempFile file;
-  writePatternFile(file.path(), 1000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(1000);
   ASSERT_TRUE(mapping.isOpen());
   platform::calls().freeDiskSpace = [](platform::FileHandle, std::int64_t* bytes) {
     *bytes = 50;
@@ -425,10 +389,7 @@ TEST_F(FileMappingTest, GrowthBeyondTheFreeDiskSpaceIsRefusedAndTheReadDropped) 
 }
 
 TEST_F(FileMappingTest, GrowthWithinTheFreeDiskSpaceLengthensTheFile) {
-  TempFile file;
-  writePatternFile(file.path(), 1000);
-  FileMapping mapping;
-  mapping.open(file.path(), 0);
+  openPatternFile(1000);
   ASSERT_TRUE(mapping.isOpen());
   platform::calls().freeDiskSpace = [](platform::FileHandle, std::int64_t* bytes) {
     *bytes = 50;
@@ -443,7 +404,6 @@ TEST_F(FileMappingTest, GrowthWithinTheFreeDiskSpaceLengthensTheFile) {
 
 TEST_F(FileMappingTest, FailedOpenLeavesItClosed) {
   TempFile missing;
-  FileMapping mapping;
   mapping.open(missing.path(), 0);
   EXPECT_FALSE(mapping.isOpen());
   EXPECT_FALSE(mapping.hasMapping());
@@ -459,11 +419,9 @@ TEST_F(FileMappingTest, FailedOpenLeavesItClosed) {
 }
 
 TEST_F(FileMappingTest, FailedOpenCallLeavesItClosedAndTouchesNothing) {
-  TempFile file;
   writePatternFile(file.path(), 100);
   platform::calls().openExisting = [](const char*, platform::FileHandle*) { return false; };
   PlatformCallCounter counter;
-  FileMapping mapping;
   mapping.open(file.path(), 0);
   EXPECT_FALSE(mapping.isOpen());
   EXPECT_EQ(mapping.fileName(), "");
@@ -475,7 +433,6 @@ TEST_F(FileMappingTest, FailedOpenCallLeavesItClosedAndTouchesNothing) {
 }
 
 TEST_F(FileMappingTest, ADirectoryCannotBeOpened) {
-  FileMapping mapping;
   mapping.open(testing::TempDir(), 0);
   EXPECT_FALSE(mapping.isOpen());
 }

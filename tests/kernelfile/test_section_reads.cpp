@@ -566,26 +566,28 @@ TEST_F(SectionReadModal, HistoryRowOutsideTheModeShapesFails) {
 
 using SectionReadChooser = SectionReadTest;
 
+// The choosers of displacement, velocity and acceleration: at one step, and history rows.
+using AtStep = void (ReadTimeKernel::*)(std::int32_t, Vector&);
+const AtStep kAtStep[3] = {&ReadTimeKernel::readDisplacementAtStep, &ReadTimeKernel::readVelocityAtStep,
+                           &ReadTimeKernel::readAccelerationAtStep};
+using History = void (ReadTimeKernel::*)(const IntArray&, Matrix&);
+const History kHistory[3] = {&ReadTimeKernel::readDisplacementHistory, &ReadTimeKernel::readVelocityHistory,
+                             &ReadTimeKernel::readAccelerationHistory};
+
 TEST_F(SectionReadChooser, DirectStorageWithoutASelectedMode) {
   open(data.file({0, 15, 16, 17, 18, 19, 20, 22, 23, 24, 25, 26}));
   ASSERT_EQ(kernel.selectedMode, -1);
-  using AtStep = void (ReadTimeKernel::*)(std::int32_t, Vector&);
-  const AtStep atStep[3] = {&ReadTimeKernel::readDisplacementAtStep, &ReadTimeKernel::readVelocityAtStep,
-                            &ReadTimeKernel::readAccelerationAtStep};
   for (int q = 0; q < 3; ++q) {
     Vector v;
-    (kernel.*atStep[q])(3, v);
+    (kernel.*kAtStep[q])(3, v);
     ASSERT_EQ(v.size, kDofs);
     for (std::int32_t d = 0; d < kDofs; ++d) EXPECT_EQ(*v.at(d), entryOf(data.byStep[15 + q], kDofs, d, 3)) << q;
   }
-  using History = void (ReadTimeKernel::*)(const IntArray&, Matrix&);
-  const History history[3] = {&ReadTimeKernel::readDisplacementHistory, &ReadTimeKernel::readVelocityHistory,
-                              &ReadTimeKernel::readAccelerationHistory};
   IntArray indices;
   setInts(indices, {2, 4});
   for (int q = 0; q < 3; ++q) {
     Matrix m;
-    (kernel.*history[q])(indices, m);
+    (kernel.*kHistory[q])(indices, m);
     ASSERT_EQ(m.rows, 2);
     ASSERT_EQ(m.cols, kSteps);
     for (std::int32_t i = 0; i < 2; ++i)
@@ -596,24 +598,18 @@ TEST_F(SectionReadChooser, DirectStorageWithoutASelectedMode) {
 TEST_F(SectionReadChooser, ModalStorageUnderASelectedMode) {
   open(data.file({0, 15, 16, 17, 18, 19, 20, 22, 23, 24, 25, 26}));
   kernel.selectedMode = 1;
-  using AtStep = void (ReadTimeKernel::*)(std::int32_t, Vector&);
-  const AtStep atStep[3] = {&ReadTimeKernel::readDisplacementAtStep, &ReadTimeKernel::readVelocityAtStep,
-                            &ReadTimeKernel::readAccelerationAtStep};
   for (int q = 0; q < 3; ++q) {
     Vector v;
-    (kernel.*atStep[q])(2, v);
+    (kernel.*kAtStep[q])(2, v);
     ASSERT_EQ(v.size, kDofs);
     const double factor = entryOf(data.byStep[18 + q], kModes, 1, 2);
     for (std::int32_t d = 0; d < kDofs; ++d) EXPECT_TRUE(testsupport::approx(*v.at(d), data.shape(d, 1) * factor)) << q;
   }
-  using History = void (ReadTimeKernel::*)(const IntArray&, Matrix&);
-  const History history[3] = {&ReadTimeKernel::readDisplacementHistory, &ReadTimeKernel::readVelocityHistory,
-                              &ReadTimeKernel::readAccelerationHistory};
   IntArray indices;
   setInts(indices, {0, 3});
   for (int q = 0; q < 3; ++q) {
     Matrix m;
-    (kernel.*history[q])(indices, m);
+    (kernel.*kHistory[q])(indices, m);
     ASSERT_EQ(m.rows, 2);
     ASSERT_EQ(m.cols, kSteps);
     for (std::int32_t i = 0; i < 2; ++i)
@@ -639,26 +635,27 @@ TEST_F(SectionReadChooser, ModalReadFailsWhereOnlyDirectStorageExists) {
 
 using SectionReadInitial = SectionReadTest;
 
+// Checks u, v and a, as read by readInitialState, against column 0 of the sections first, first + 1, first + 2.
+void checkDirectInitialState(const Responses& data, const Vector& u, const Vector& v, const Vector& a, int first) {
+  const Vector* got[3] = {&u, &v, &a};
+  for (int q = 0; q < 3; ++q) {
+    ASSERT_EQ(got[q]->size, kDofs);
+    for (std::int32_t d = 0; d < kDofs; ++d) EXPECT_EQ(*got[q]->at(d), entryOf(data.initial[first + q], kDofs, d, 0)) << q;
+  }
+}
+
 TEST_F(SectionReadInitial, WithBaseMotionReadsSectionsFiveToSeven) {
   open(data.file({5, 6, 7, 8, 9, 10, 12, 13, 14, 0}));
   Vector u, v, a;
   kernel.readInitialState(u, v, a, true);
-  const Vector* got[3] = {&u, &v, &a};
-  for (int q = 0; q < 3; ++q) {
-    ASSERT_EQ(got[q]->size, kDofs);
-    for (std::int32_t d = 0; d < kDofs; ++d) EXPECT_EQ(*got[q]->at(d), entryOf(data.initial[5 + q], kDofs, d, 0)) << q;
-  }
+  checkDirectInitialState(data, u, v, a, 5);
 }
 
 TEST_F(SectionReadInitial, WithoutBaseMotionReadsSectionsEightToTen) {
   open(data.file({5, 6, 7, 8, 9, 10, 12, 13, 14, 0}));
   Vector u, v, a;
   kernel.readInitialState(u, v, a, false);
-  const Vector* got[3] = {&u, &v, &a};
-  for (int q = 0; q < 3; ++q) {
-    ASSERT_EQ(got[q]->size, kDofs);
-    for (std::int32_t d = 0; d < kDofs; ++d) EXPECT_EQ(*got[q]->at(d), entryOf(data.initial[8 + q], kDofs, d, 0)) << q;
-  }
+  checkDirectInitialState(data, u, v, a, 8);
 }
 
 TEST_F(SectionReadInitial, UnderASelectedModeReadsTheModalSections) {

@@ -20,6 +20,18 @@ OpenKernel::OpenKernel(kernelwriter::KernelFile file, std::int64_t dropLast) : p
 
 OpenKernel::~OpenKernel() { kernel.endCycle(); }
 
+kernelwriter::KernelFile oneElement(const kernelwriter::ElementRecord& r) {
+  kernelwriter::KernelFile f;
+  f.addElement(1, r);
+  return f;
+}
+
+kernelwriter::KernelFile oneNode(const kernelwriter::NodeRecord& r) {
+  kernelwriter::KernelFile f;
+  f.addNode(1, r);
+  return f;
+}
+
 std::vector<double> counting(std::int64_t n, double first) {
   std::vector<double> values;
   for (std::int64_t k = 0; k < n; ++k) values.push_back(first + static_cast<double>(k));

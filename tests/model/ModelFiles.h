@@ -25,6 +25,11 @@ struct OpenKernel {
   Zarn::ReadTimeKernel kernel;
 };
 
+// A file of the one element record `r`, under ID 1.
+kernelwriter::KernelFile oneElement(const kernelwriter::ElementRecord& r);
+// A file of the one node record `r`, under ID 1.
+kernelwriter::KernelFile oneNode(const kernelwriter::NodeRecord& r);
+
 // n values first, first + 1, ..., first + n - 1: distinct test data for a table or a run.
 std::vector<double> counting(std::int64_t n, double first);
 

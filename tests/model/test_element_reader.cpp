@@ -66,9 +66,7 @@ TEST_F(ElementReaderTest, UnknownCodesGiveNothingAndLeaveTheReaderBehindTheCode)
 TEST_F(ElementReaderTest, FirstFormReadsOnlyTheRows) {
   ElementRecord r = ElementRecord::make(583, {9, 4, 4, 1});
   r.forceRecovery = Table::matrix(2, 4, {1, 2, 3, 4, 5, 6, 7, 8});
-  KernelFile f;
-  f.addElement(1, r);
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneElement(r));
   const std::int64_t at = file.layout.elementRecordOffsets[0];
   file.kernel.seek(at);
   Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementDofRows(file.kernel);
@@ -85,9 +83,7 @@ TEST_F(ElementReaderTest, FirstFormReadsOnlyTheRows) {
 }
 
 TEST_F(ElementReaderTest, ElementWithoutDofsAddsNoRows) {
-  KernelFile f;
-  f.addElement(1, ElementRecord::make(594, {}));
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneElement(ElementRecord::make(594, {})));
   const std::int64_t at = file.layout.elementRecordOffsets[0];
   file.kernel.seek(at);
   Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementDofRows(file.kernel);
@@ -101,9 +97,7 @@ TEST_F(ElementReaderTest, SecondFormReadsTheWholeRecordIntoThePrototype) {
   ElementRecord r = ElementRecord::make(584, {2, 3});
   r.forceRecovery = Table::matrix(1, 2, {0.25, -0.5});
   r.tenth = Table::matrix(1, 1, {99.0});
-  KernelFile f;
-  f.addElement(1, r);
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneElement(r));
   const std::int64_t at = file.layout.elementRecordOffsets[0];
   file.kernel.seek(at);
   Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
@@ -119,9 +113,7 @@ TEST_F(ElementReaderTest, SecondFormReadsTheWholeRecordIntoThePrototype) {
 }
 
 TEST_F(ElementReaderTest, CodeThatCannotBeReadCountsAsUnknown) {
-  KernelFile f;
-  f.addElement(1, ElementRecord::make(645, {1}));
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneElement(ElementRecord::make(645, {1})));
   file.kernel.seek(-4);  // no view can be made at a negative position
   EXPECT_FALSE(Zarn::readElementRecord(file.kernel));
   EXPECT_FALSE(Zarn::readElementDofRows(file.kernel));

@@ -180,9 +180,7 @@ TEST_F(ElementRecordTest, ReaderEndsBehindTheTenthTable) {
 
 TEST_F(ElementRecordTest, EmptyTablesAndNoDofsReadAsEmpty) {
   ElementRecord r = ElementRecord::make(583, {});  // n 0, every table 0 x 0, m 0
-  KernelFile f;
-  f.addElement(1, r);
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneElement(r));
   const std::int64_t at = file.layout.elementRecordOffsets[0];
   file.kernel.seek(at);
   Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
@@ -195,9 +193,7 @@ TEST_F(ElementRecordTest, EmptyTablesAndNoDofsReadAsEmpty) {
 TEST_F(ElementRecordTest, TableWithRowsButNoColumnsKeepsItsShape) {
   ElementRecord r = ElementRecord::make(582, {1});
   r.forceRecovery.rows = 4;  // 4 x 0: no values follow
-  KernelFile f;
-  f.addElement(1, r);
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneElement(r));
   file.kernel.seek(file.layout.elementRecordOffsets[0]);
   Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
   ASSERT_TRUE(e);
@@ -225,9 +221,7 @@ TEST_F(ElementRecordTest, TableOfTheSameShapeIsReused) {
 
 TEST_F(ElementRecordTest, ReferenceViewOfTheRightSizeIsFilledInPlace) {
   ElementRecord r = fullRecord(642, 0);
-  KernelFile f;
-  f.addElement(1, r);
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneElement(r));
   Zarn::TimeKernelElementPlaneStress e;
   e.owner = &file.kernel;
   std::vector<double> storage(3, -1.0);
@@ -254,9 +248,7 @@ TEST_F(ElementRecordTest, ReferenceViewOfAnotherSizeFails) {
 }
 
 TEST_F(ElementRecordTest, WithoutOwnerNothingIsRead) {
-  KernelFile f;
-  f.addElement(1, fullRecord(645, 0));
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneElement(fullRecord(645, 0)));
   Zarn::TimeKernelElementShell e;
   const std::int64_t at = file.layout.elementRecordOffsets[0] + 4;
   file.kernel.seek(at);
@@ -309,13 +301,8 @@ TEST_F(ElementRecordTest, RecordCutShortLeavesTheRemainingTablesAsTheyWere) {
 
 // A single record with a literal field changed, read into its prototype.
 struct HostileRecord {
-  explicit HostileRecord(const ElementRecord& r) : file(make(r)) {
+  explicit HostileRecord(const ElementRecord& r) : file(modeltest::oneElement(r)) {
     file.kernel.seek(file.layout.elementRecordOffsets[0]);
-  }
-  static KernelFile make(const ElementRecord& r) {
-    KernelFile f;
-    f.addElement(1, r);
-    return f;
   }
   OpenKernel file;
 };
@@ -440,9 +427,7 @@ TEST_F(ElementLifecycleTest, DeepCloneOfEveryClassCopiesEveryField) {
 }
 
 TEST_F(ElementLifecycleTest, ShallowCloneIsAnEmptyElementOfTheSameClass) {
-  KernelFile f;
-  f.addElement(1, fullRecord(586, 0));
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneElement(fullRecord(586, 0)));
   file.kernel.seek(file.layout.elementRecordOffsets[0]);
   Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
   ASSERT_TRUE(e);

@@ -60,9 +60,7 @@ struct ElementOnFile {
     ElementRecord r = ElementRecord::make(code, {0, 1, 2});
     r.forceRotation = forceRotation;
     r.stressRotation = stressRotation;
-    KernelFile f;
-    f.addElement(1, r);
-    return f;
+    return modeltest::oneElement(r);
   }
   OpenKernel file;
   Zarn::counted_ptr<TimeKernelElement> element;

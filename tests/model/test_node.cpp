@@ -56,9 +56,7 @@ TEST_F(NodeRecordTest, RecordWithoutTransformReadsFieldByField) {
 }
 
 TEST_F(NodeRecordTest, RecordWithTransformReadsTheNineRealsInOrder) {
-  KernelFile f;
-  f.addNode(1, NodeRecord::make({3, 1, 4}, {-996, -995, -994}, kMixed));
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneNode(NodeRecord::make({3, 1, 4}, {-996, -995, -994}, kMixed)));
   TimeKernelNode node;
   node.owner = &file.kernel;
   const std::int64_t at = file.layout.nodeRecordOffsets[0];
@@ -76,9 +74,7 @@ TEST_F(NodeRecordTest, RecordWithTransformReadsTheNineRealsInOrder) {
 TEST_F(NodeRecordTest, HasTransformTwoCountsAsTrue) {
   NodeRecord r = NodeRecord::make({9}, {-999}, kMixed);
   r.hasTransform = 2;
-  KernelFile f;
-  f.addNode(1, r);
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneNode(r));
   TimeKernelNode node;
   node.owner = &file.kernel;
   file.kernel.seek(file.layout.nodeRecordOffsets[0]);
@@ -131,9 +127,7 @@ TEST_F(NodeRecordTest, NextRecordReplacesArraysAndRotation) {
 }
 
 TEST_F(NodeRecordTest, WithoutOwnerNothingIsRead) {
-  KernelFile f;
-  f.addNode(1, NodeRecord::make({1, 2}, {-999, -998}));
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneNode(NodeRecord::make({1, 2}, {-999, -998})));
   TimeKernelNode node;  // no owner
   const std::int64_t at = file.layout.nodeRecordOffsets[0];
   file.kernel.seek(at);
@@ -144,9 +138,7 @@ TEST_F(NodeRecordTest, WithoutOwnerNothingIsRead) {
 }
 
 TEST_F(NodeRecordTest, WithoutViewTheNodeKeepsWhatItHeld) {
-  KernelFile f;
-  f.addNode(1, NodeRecord::make({4, 5}, {-999, -998}, kTurn));
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneNode(NodeRecord::make({4, 5}, {-999, -998}, kTurn)));
   TimeKernelNode node;
   node.owner = &file.kernel;
   file.kernel.seek(file.layout.nodeRecordOffsets[0]);
@@ -165,9 +157,7 @@ TEST_F(NodeRecordTest, RecordCutShortStopsAndLeavesNoUndefinedValues) {
   NodeRecord r = NodeRecord::make({6, 7, 8}, {-999, -998, -997});
   r.dofCodes.clear();
   r.hasTransform = 1;
-  KernelFile f;
-  f.addNode(1, r);
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneNode(r));
   const std::int64_t at = file.layout.nodeRecordOffsets[0];
   ASSERT_EQ(file.layout.fileSize, at + 8 + 4 * 3);
   TimeKernelNode node;
@@ -183,12 +173,11 @@ TEST_F(NodeRecordTest, RecordCutShortStopsAndLeavesNoUndefinedValues) {
   EXPECT_EQ(file.kernel.tell(), at + 8 + 4 * 3);
 }
 
-TEST_F(NodeRecordTest, CountAboveInt32MaxFails) {
+// A file of one node whose record claims `count` rows and holds none: reading it fails and leaves no rows.
+void expectReadOfCountFails(std::uint32_t count) {
   NodeRecord r;
-  r.count = 0x80000000u;
-  KernelFile f;
-  f.addNode(1, r);
-  OpenKernel file(f);
+  r.count = count;
+  OpenKernel file(modeltest::oneNode(r));
   TimeKernelNode node;
   node.owner = &file.kernel;
   file.kernel.seek(file.layout.nodeRecordOffsets[0]);
@@ -196,18 +185,11 @@ TEST_F(NodeRecordTest, CountAboveInt32MaxFails) {
   EXPECT_EQ(node.dofRows.size, 0);
 }
 
+TEST_F(NodeRecordTest, CountAboveInt32MaxFails) { expectReadOfCountFails(0x80000000u); }
+
 TEST_F(NodeRecordTest, CountTooLargeToAllocateFails) {
   // 2^31 - 1 rows would take 8 GiB for the two arrays of a file of a few hundred bytes.
-  NodeRecord r;
-  r.count = 0x7FFFFFFFu;
-  KernelFile f;
-  f.addNode(1, r);
-  OpenKernel file(f);
-  TimeKernelNode node;
-  node.owner = &file.kernel;
-  file.kernel.seek(file.layout.nodeRecordOffsets[0]);
-  EXPECT_TRUE(raisesFailure([&] { node.read(); }));
-  EXPECT_EQ(node.dofRows.size, 0);
+  expectReadOfCountFails(0x7FFFFFFFu);
 }
 
 TEST_F(NodeLifecycleTest, NewNodeIsEmptyWithoutRotation) {
@@ -223,9 +205,7 @@ TEST_F(NodeLifecycleTest, NewNodeIsEmptyWithoutRotation) {
 }
 
 TEST_F(NodeLifecycleTest, ClearFreesArraysAndDropsRotationButKeepsOwner) {
-  KernelFile f;
-  f.addNode(1, NodeRecord::make({1, 2, 3}, {-999, -998, -997}, kMixed));
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneNode(NodeRecord::make({1, 2, 3}, {-999, -998, -997}, kMixed)));
   TimeKernelNode node;
   node.owner = &file.kernel;
   file.kernel.seek(file.layout.nodeRecordOffsets[0]);
@@ -241,9 +221,7 @@ TEST_F(NodeLifecycleTest, ClearFreesArraysAndDropsRotationButKeepsOwner) {
 }
 
 TEST_F(NodeLifecycleTest, DeepCloneCopiesEveryField) {
-  KernelFile f;
-  f.addNode(1, NodeRecord::make({10, 11, 12, 13}, {-999, -998, -997, -1000}, kMixed));
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneNode(NodeRecord::make({10, 11, 12, 13}, {-999, -998, -997, -1000}, kMixed)));
   TimeKernelNode node;
   node.owner = &file.kernel;
   node.id = 7;
@@ -272,9 +250,7 @@ TEST_F(NodeLifecycleTest, DeepCloneCopiesEveryField) {
 }
 
 TEST_F(NodeLifecycleTest, ShallowCloneIsAClearedNode) {
-  KernelFile f;
-  f.addNode(1, NodeRecord::make({10, 11}, {-999, -998}, kMixed));
-  OpenKernel file(f);
+  OpenKernel file(modeltest::oneNode(NodeRecord::make({10, 11}, {-999, -998}, kMixed)));
   TimeKernelNode node;
   node.owner = &file.kernel;
   node.id = 7;
@@ -320,9 +296,7 @@ struct NodeOnFile {
   static KernelFile make(const std::vector<std::int32_t>& codes, const std::array<double, 9>* rotation) {
     std::vector<std::uint32_t> rows;
     for (std::size_t k = 0; k < codes.size(); ++k) rows.push_back(static_cast<std::uint32_t>(k));
-    KernelFile f;
-    f.addNode(1, rotation ? NodeRecord::make(rows, codes, *rotation) : NodeRecord::make(rows, codes));
-    return f;
+    return modeltest::oneNode(rotation ? NodeRecord::make(rows, codes, *rotation) : NodeRecord::make(rows, codes));
   }
   OpenKernel file;
   TimeKernelNode node;

@@ -142,6 +142,21 @@ const std::vector<std::int32_t> kShellForce = {419101, 419102, 419103, 419104, 4
                                                410403, 410404, 410406, 410407, 410408, 410409, 410410};
 const std::vector<std::int32_t> kShellStress = {412101, 412102, 412104, 412151, 412152, 412154};
 
+// Keys for every force component at the 5 points and every stress component at the 10 points of the shell.
+void selectEveryShellComponent(TimeKernelKeySet& keys) {
+  std::vector<std::int32_t> ids = everyPosition(kShellForce, 5, 0);
+  const std::vector<std::int32_t> stressIds = everyPosition(kShellStress, 10, 0);
+  ids.insert(ids.end(), stressIds.begin(), stressIds.end());
+  select(keys, ids);
+}
+
+// Displacements, velocities and load factors over kSteps, filled from seeds `seed`, `seed + 1` and `seed + 2`.
+void fillRun(Matrix& u, Matrix& vel, Matrix& a, std::int32_t seed) {
+  fill(u, kDofs, kSteps, seed);
+  fill(vel, kDofs, kSteps, seed + 1);
+  fill(a, kLoads, kSteps, seed + 2);
+}
+
 // y_j = F u_j - F u0 + f0 [+ V v_j] - sum_i a_ij L(:, i), one step at a time with dgemv_, in the designed
 // order. `scale` receives, per entry, the sum of the magnitudes of every term: the size against which rounding
 // counts.
@@ -179,14 +194,9 @@ TEST(RecoveryFastPath, AllStepsAgreeWithThePerStepProducts) {
   TimeKernelElementShell shell;
   fillShell(shell);
   TimeKernelKeySet keys;
-  std::vector<std::int32_t> ids = everyPosition(kShellForce, 5, 0);
-  const std::vector<std::int32_t> stressIds = everyPosition(kShellStress, 10, 0);
-  ids.insert(ids.end(), stressIds.begin(), stressIds.end());
-  select(keys, ids);
+  selectEveryShellComponent(keys);
   Matrix u, vel, a;
-  fill(u, kDofs, kSteps, 11);
-  fill(vel, kDofs, kSteps, 12);
-  fill(a, kLoads, kSteps, 13);
+  fillRun(u, vel, a, 11);
   std::vector<double> out(std::size_t(130) * kSteps, kGap);
   Matrix output = Matrix::view(130, kSteps, out.data(), 130);
   recoverForce(shell, keys, 0, u, vel, a, output);
@@ -211,14 +221,9 @@ TEST(RecoveryFastPath, OneColumnEqualsTheMatchingColumnOfAllSteps) {
   TimeKernelElementShell shell;
   fillShell(shell);
   TimeKernelKeySet keys;
-  std::vector<std::int32_t> ids = everyPosition(kShellForce, 5, 0);
-  const std::vector<std::int32_t> stressIds = everyPosition(kShellStress, 10, 0);
-  ids.insert(ids.end(), stressIds.begin(), stressIds.end());
-  select(keys, ids);
+  selectEveryShellComponent(keys);
   Matrix u, vel, a;
-  fill(u, kDofs, kSteps, 21);
-  fill(vel, kDofs, kSteps, 22);
-  fill(a, kLoads, kSteps, 23);
+  fillRun(u, vel, a, 21);
   for (std::int32_t flags : {0, 2}) {
     std::vector<double> all(std::size_t(130) * kSteps, kGap);
     Matrix output = Matrix::view(130, kSteps, all.data(), 130);
