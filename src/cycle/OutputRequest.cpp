@@ -39,7 +39,8 @@ void runBlocks(std::int32_t flagWord, const RequestList& idList, const RequestLi
   TK_CHECK(rows >= need && stepIndex < theKernel.stepCount);
   Matrix view = Matrix::view(rows, idList.count, result, rows);
   // Doubles past the blocks stay zero. The blocks themselves are zeroed here, except in the nodal history flow,
-  // which zeroes each block just before it fills it, so that a large result is written in one pass.
+  // which writes every double of its blocks itself (values, and zeros where no value lands), so that a large
+  // result is written in one pass.
   const std::int64_t used = static_cast<std::int64_t>(rows) * idList.count;
   std::fill(result + used, result + resultLength, 0.0);
   const bool nodalHistory = !flags::has(flagWord, flags::kElementResults) && stepIndex < 0;

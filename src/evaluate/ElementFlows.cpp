@@ -7,6 +7,7 @@
 #include "evaluate/ElementFlows.h"
 
 #include "evaluate/Flags.h"
+#include "kernelfile/Sections.h"
 #include "model/ClearOnExit.h"
 #include "model/ElementReader.h"
 #include "model/ElementRecovery.h"
@@ -15,9 +16,9 @@
 
 namespace Zarn {
 
-namespace {
+using namespace sections;
 
-constexpr std::int32_t kLoadFactors = 4;
+namespace {
 
 // All of section 4 into `loadFactors` (rows by columns, stride rows). Zeroed first, so that a read for which no
 // view can be made leaves zeros.

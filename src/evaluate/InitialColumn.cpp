@@ -1,16 +1,14 @@
 #include "evaluate/InitialColumn.h"
 
 #include "kernelfile/Checked.h"
+#include "kernelfile/Sections.h"
 #include "model/Failure.h"
 
 namespace Zarn {
 
-namespace {
+using namespace sections;
 
-constexpr std::int32_t kModeShapes = 0;
-constexpr std::int32_t kWithBaseMotion = 5;     // 5, 6, 7
-constexpr std::int32_t kWithoutBaseMotion = 8;  // 8, 9, 10
-constexpr std::int32_t kModalInitial = 12;      // 12, 13, 14
+namespace {
 
 // One double at `position`; 0 when no view can be made there (as a read into a fresh zeroed vector would give).
 double readDoubleAt(ReadTimeKernel& kernel, std::int64_t position) {

@@ -22,16 +22,15 @@
 #include "evaluate/NodalFlows.h"
 #include "kernelfile/Bytes.h"
 #include "kernelfile/Checked.h"
+#include "kernelfile/Sections.h"
 #include "model/ClearOnExit.h"
 #include "model/Failure.h"
 
 namespace Zarn {
 
-namespace {
+using namespace sections;
 
-constexpr std::int32_t kBaseMotionHistory = 1;
-constexpr std::int32_t kConstantBaseMotion = 11;
-constexpr std::int32_t kFirstHistorySection = 21;  // 21, 22, 23: displacement, velocity, acceleration
+namespace {
 
 // The base motion over all steps: section 1 as it stands (9 rows by steps), or, when that is empty, the nine
 // values of section 11 repeated at every step.

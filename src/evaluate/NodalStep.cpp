@@ -8,15 +8,15 @@
 #include "evaluate/NodalAssembly.h"
 #include "evaluate/NodalFlows.h"
 #include "kernelfile/Checked.h"
+#include "kernelfile/Sections.h"
 #include "model/ClearOnExit.h"
 #include "model/Failure.h"
 
 namespace Zarn {
 
-namespace {
+using namespace sections;
 
-constexpr std::int32_t kBaseMotionHistory = 1;
-constexpr std::int32_t kConstantBaseMotion = 11;
+namespace {
 
 struct StepInputs {
   std::int32_t flags;

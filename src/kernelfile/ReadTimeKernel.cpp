@@ -4,12 +4,15 @@
 #include <cstring>
 
 #include "kernelfile/Bytes.h"
+#include "kernelfile/Sections.h"
 #include "model/Allocation.h"
 #include "model/Failure.h"
 #include "model/TimeKernelElement.h"
 #include "model/TimeKernelNode.h"
 
 namespace Zarn {
+
+using namespace sections;
 
 namespace {
 // Bounds of the per-call allocation limit. An array that a kernel file sizes holds data of that file (a table, a
@@ -19,9 +22,7 @@ namespace {
 // small files and machines that cannot tell their available memory working.
 constexpr std::int64_t kMinimumAllocationLimit = 0x100000;
 constexpr std::int64_t kFileSizeMultiple = 4;
-// Section 21 holds the displacement history and gives the file's dimensions; every file must have it.
-constexpr std::int32_t kDimensionSection = 21;
-constexpr std::int32_t kElementDirectory = 3;
+
 }  // namespace
 
 ReadTimeKernel::ReadTimeKernel() {
@@ -88,7 +89,7 @@ void ReadTimeKernel::openKernelFile() {
   mapping.read(table, sizeof table);
   for (int i = 0; i < kSectionCount; ++i) sectionPositions[i] = Zarn::readI64(table + 8 * i);
 
-  readSectionHeader(kDimensionSection, stepCount, dofCount);
+  readSectionHeader(sections::kFirstHistorySection, stepCount, dofCount);
   // The product is taken in 32 bits as the file format defines it; computed in 64 bits and wrapped explicitly so
   // that the wrap is defined behaviour.
   const std::int32_t product =

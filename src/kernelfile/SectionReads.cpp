@@ -17,17 +17,16 @@
 #include "kernelfile/Bytes.h"
 #include "kernelfile/Checked.h"
 #include "kernelfile/ReadTimeKernel.h"
+#include "kernelfile/Sections.h"
 #include "model/Failure.h"
 
 namespace Zarn {
 
+using namespace sections;
+
 namespace {
 
 // Sections from here on have a transposed twin six numbers further on.
-constexpr std::int32_t kFirstTwinnedSection = 15;
-constexpr std::int32_t kTwinDistance = 6;
-constexpr std::int32_t kModeShapes = 0;
-constexpr std::int32_t kConstantBaseMotion = 11;
 
 // The absolute position of element `index` of a run of `stride`-double records that starts at `base`; fails
 // when it cannot be represented.

@@ -13,6 +13,7 @@
 #include "kernelfile/Bytes.h"
 #include "kernelfile/Checked.h"
 #include "kernelfile/ReadTimeKernel.h"
+#include "kernelfile/Sections.h"
 #include "keys/IdMap.h"
 #include "model/Allocation.h"
 #include "model/ClearOnExit.h"
@@ -22,12 +23,7 @@
 
 namespace Zarn {
 
-namespace {
-
-constexpr std::int32_t kNodeDirectory = 2;
-constexpr std::int32_t kElementDirectory = 3;
-
-}  // namespace
+using namespace sections;
 
 // The directory is scanned once against a map of the requested IDs, rather than hashed whole: the work is one
 // pass over the directory's IDs plus one lookup each in a map as small as the request, and memory follows the
