@@ -759,6 +759,7 @@ inline std::int64_t fileSize(const std::string& path) { return testsupport::size
 
 // ---- process accounting (support/ProcessFigures.h) ----
 
+using testsupport::handlesOf;
 using testsupport::mappingCount;
 using testsupport::mappingsOf;
 using testsupport::openDescriptors;

@@ -362,6 +362,7 @@ class FaultInjection : public HardeningTest {
     EXPECT_EQ(testsupport::readWholeFile(good.path()), goodBytesBefore) << "the good file was changed";
     EXPECT_EQ(openDescriptors(), descriptors) << "descriptors left open";
     EXPECT_EQ(mappingsOf(good.path()) + mappingsOf(shortFile.path()), 0) << "views of the kernel files left";
+    EXPECT_EQ(handlesOf(good.path()) + handlesOf(shortFile.path()), 0) << "the kernel files are still held open";
     if (kCompareAllMappings) {
       EXPECT_EQ(mappingCount(), mappings) << "mappings left behind";
     }

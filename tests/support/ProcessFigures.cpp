@@ -61,6 +61,15 @@ int openDescriptors() {
   return ::GetProcessHandleCount(::GetCurrentProcess(), &count) ? static_cast<int>(count) : -1;
 }
 
+int handlesOf(const std::string& path) {
+  HANDLE h = ::CreateFileA(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (h != INVALID_HANDLE_VALUE) {
+    ::CloseHandle(h);
+    return 0;
+  }
+  return ::GetLastError() == ERROR_SHARING_VIOLATION ? 1 : 0;
+}
+
 namespace {
 
 // Calls `visit` with the start of every mapped-file view of this process.
@@ -104,6 +113,12 @@ int mappingsOf(const std::string& path) {
 
 bool runsApart() { return false; }
 
+bool runsUnderWine() {
+  // Wine's own ntdll.dll exports its version; Windows' does not.
+  const HMODULE ntdll = ::GetModuleHandleA("ntdll.dll");
+  return ntdll != nullptr && ::GetProcAddress(ntdll, "wine_get_version") != nullptr;
+}
+
 namespace {
 
 ChildEnd endOf(std::int32_t code) {
@@ -146,6 +161,21 @@ int openDescriptors() {
   return n - 1;  // the directory's own descriptor
 }
 
+int handlesOf(const std::string& path) {
+  int n = 0;
+  DIR* d = ::opendir("/proc/self/fd");
+  if (d == nullptr) return -1;
+  while (const dirent* e = ::readdir(d)) {
+    if (e->d_name[0] == '.') continue;
+    char target[4096];
+    const std::string link = std::string("/proc/self/fd/") + e->d_name;
+    const ssize_t length = ::readlink(link.c_str(), target, sizeof target);
+    if (length > 0 && std::string(target, static_cast<std::size_t>(length)) == path) ++n;
+  }
+  ::closedir(d);
+  return n;
+}
+
 int mappingCount() {
   std::ifstream in("/proc/self/maps");
   std::string line;
@@ -165,6 +195,8 @@ int mappingsOf(const std::string& path) {
 }
 
 bool runsApart() { return true; }
+
+bool runsUnderWine() { return false; }
 
 ChildResult runApart(const std::function<std::int32_t()>& action, double timeoutSeconds) {
   ChildResult result;

@@ -14,10 +14,19 @@ std::int64_t residentBytes();
 std::int64_t peakResidentBytes();
 // Open descriptors (POSIX: /proc/self/fd) or handles (Windows) of this process; -1 when unknown.
 int openDescriptors();
+// Open descriptors or handles of this process on the file at `path`. POSIX: the descriptors in /proc/self/fd
+// that name it. Windows: 1 when some handle holds it (an exclusive open is refused for sharing), else 0; this
+// also works under Wine, whose handle count of a process is always 0.
+int handlesOf(const std::string& path);
 // Mapped regions of this process (POSIX: lines of /proc/self/maps; Windows: mapped-file views).
 int mappingCount();
 // Mapped views of this process of the file at `path` (POSIX: matched by the path; Windows: by its file name).
 int mappingsOf(const std::string& path);
+
+// True when this Windows program runs under Wine rather than on Windows. There every file and mapping call goes
+// through the Wine server and costs about a millisecond, some thirty times a native call, so the longest sweeps
+// scale their counts down.
+bool runsUnderWine();
 
 enum class ChildEnd { kReturnedZero, kReturnedMinusOne, kReturnedOther, kCrashed, kTimedOut };
 
