@@ -68,6 +68,7 @@ class FileMapping {
   const void* view() const { return view_; }
   std::int64_t position() const { return position_; }
   std::int64_t fileSize() const { return fileSize_; }
+  std::int64_t openSize() const { return openSize_; }  // the file's size when it was opened
   std::int64_t viewOffset() const { return viewOffset_; }
   std::int64_t viewSize() const { return viewSize_; }
   std::int64_t mappingSize() const { return mappingSize_; }

@@ -119,9 +119,13 @@ std::int32_t ReadTimeKernel::readElementIds(std::int32_t* ids, std::int32_t capa
   readSectionHeader(kElementDirectory, total, unused);
   TK_CHECK(total >= 0);
   const std::int32_t m = std::min(total, std::max(capacity, 0));
-  // IDs that cannot be read (past the end of a short file, beyond the growth the call may make) read as zero,
-  // as bytes past the end of a file do.
-  if (m > 0 && !mapping.read(ids, static_cast<std::int64_t>(m) * 4)) std::fill(ids, ids + m, 0);
+  if (m <= 0 || mapping.read(ids, static_cast<std::int64_t>(m) * 4)) return total;
+  // The read needed more growth than a call may make. IDs past the end of the file read as zero, as bytes past
+  // the end of a file do, and those inside it are read as they stand.
+  std::fill(ids, ids + m, 0);
+  const std::int64_t inside = std::max<std::int64_t>(0, (mapping.openSize() - tell()) / 4);
+  const std::int64_t k = std::min<std::int64_t>(m, inside);
+  if (k > 0) mapping.read(ids, k * 4);
   return total;
 }
 
