@@ -49,8 +49,8 @@ void FileMapping::open(const std::string& name, std::int64_t requestedSize) {
 
 // Creates the mapping of `size` bytes. As with a system mapping object that is larger than its file, the file is
 // lengthened to `size`. A lengthening beyond the free space of the file system, or by more than kMaximumGrowth
-// since the open, is refused, and so is a negative size: the mapping then does not exist and every read of this
-// call is dropped.
+// since the open, is refused, and so is a negative size: the mapping then does not exist. growMapping then
+// restores the mapping it had, so that only the read that asked for the growth is dropped.
 void FileMapping::createMapping(std::int64_t size) {
   mappingOpen_ = false;
   if (size <= 0 || !file_.isOpen) return;
@@ -89,6 +89,7 @@ void FileMapping::close() {
   viewSize_ = 0;
   mappingSize_ = 0;
   openSize_ = 0;
+  growthRefused_ = false;
   windowSize = kClosedWindowSize;
   fileName_.clear();
 }
@@ -115,13 +116,27 @@ bool FileMapping::viewCovers(std::int64_t offset, std::int64_t n) const {
   return offset - viewOffset_ <= viewSize_ - n && view_ != nullptr;
 }
 
-void FileMapping::growMapping(std::int64_t n) {
+bool FileMapping::growMapping(std::int64_t n) {
   std::int64_t end = 0;
-  if (!checkedAdd(n, position_, &end) || end <= mappingSize_) return;
-  mappingSize_ = end;
+  if (!checkedAdd(n, position_, &end)) return false;
+  if (end <= mappingSize_) return true;
+  // After one refusal the file is not lengthened any more in this open, so that a refused call leaves the file
+  // as it found it.
+  if (growthRefused_) return false;
+  const std::int64_t previous = mappingSize_;
   unmapView();
   closeMapping();
-  createMapping(mappingSize_);
+  createMapping(end);
+  if (mappingOpen_) {
+    mappingSize_ = end;
+    return true;
+  }
+  growthRefused_ = true;
+  // The growth was refused: only this read is dropped. The mapping of what the file already holds is made
+  // again, so that later reads inside it still succeed.
+  mappingSize_ = previous;
+  if (mappingSize_ > 0) createMapping(mappingSize_);
+  return false;
 }
 
 void FileMapping::ensureView(std::int64_t n) {
@@ -131,9 +146,8 @@ void FileMapping::ensureView(std::int64_t n) {
     unmapView();
     return;
   }
-  growMapping(n);
-  if (!mappingOpen_) {
-    view_ = nullptr;
+  if (!growMapping(n) || !mappingOpen_) {
+    unmapView();
     return;
   }
   std::int64_t size = std::min(std::max(n, windowSize), mappingSize_ - position_);
@@ -173,6 +187,7 @@ void FileMapping::borrowFrom(const FileMapping& source) {
   viewSize_ = source.viewSize_;
   mappingSize_ = source.mappingSize_;
   openSize_ = source.openSize_;
+  growthRefused_ = source.growthRefused_;
   windowSize = source.windowSize;
   fileName_ = source.fileName_;
 }

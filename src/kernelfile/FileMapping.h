@@ -68,6 +68,7 @@ class FileMapping {
   const void* view() const { return view_; }
   std::int64_t position() const { return position_; }
   std::int64_t fileSize() const { return fileSize_; }
+  std::int64_t openSize() const { return openSize_; }  // the file's size when it was opened
   std::int64_t viewOffset() const { return viewOffset_; }
   std::int64_t viewSize() const { return viewSize_; }
   std::int64_t mappingSize() const { return mappingSize_; }
@@ -78,7 +79,9 @@ class FileMapping {
   std::int64_t windowSize = kClosedWindowSize;
 
  private:
-  void growMapping(std::int64_t n);
+  // Makes the mapping reach `n` bytes past the position, lengthening the file if need be. False when it cannot
+  // (the growth is refused, or the end is not representable); the mapping then stays as it was.
+  bool growMapping(std::int64_t n);
   void createMapping(std::int64_t size);
   void closeMapping();
   void unmapView();
@@ -94,6 +97,7 @@ class FileMapping {
   std::int64_t viewSize_ = 0;      // bytes mapped at view_
   std::int64_t mappingSize_ = 0;   // size of the mapping
   std::int64_t openSize_ = 0;      // the file's size when it was opened; growth is measured from it
+  bool growthRefused_ = false;  // a lengthening was refused in this open: no further one is tried
   std::string fileName_;           // path of the file
 };
 

@@ -119,7 +119,13 @@ std::int32_t ReadTimeKernel::readElementIds(std::int32_t* ids, std::int32_t capa
   readSectionHeader(kElementDirectory, total, unused);
   TK_CHECK(total >= 0);
   const std::int32_t m = std::min(total, std::max(capacity, 0));
-  if (m > 0) mapping.read(ids, static_cast<std::int64_t>(m) * 4);
+  if (m <= 0 || mapping.read(ids, static_cast<std::int64_t>(m) * 4)) return total;
+  // The read needed more growth than a call may make. IDs past the end of the file read as zero, as bytes past
+  // the end of a file do, and those inside it are read as they stand.
+  std::fill(ids, ids + m, 0);
+  const std::int64_t inside = std::max<std::int64_t>(0, (mapping.openSize() - tell()) / 4);
+  const std::int64_t k = std::min<std::int64_t>(m, inside);
+  if (k > 0) mapping.read(ids, k * 4);
   return total;
 }
 
@@ -150,7 +156,11 @@ void ReadTimeKernel::endCycle() {
   // The flows clear each prototype after its record; a failure part-way through a record read must not leave
   // one filled until the next call either.
   if (nodePrototype) nodePrototype->clear();
-  for (auto& entry : elementPrototypes) entry.second->clear();
+  for (auto& entry : elementPrototypes) {
+    entry.second->clear();
+    // clear() keeps the velocity table for the walks within a call; nothing may survive the call itself.
+    entry.second->velocityForce.clear();
+  }
   selectedMode = -1;
   requestedOffsets.clear();
   requestedOffsets.shrink_to_fit();  // a call keeps nothing afterwards

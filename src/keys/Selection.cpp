@@ -34,9 +34,9 @@ void ReadTimeKernel::fillRequestedOffsets(std::int32_t section, const RequestLis
   std::int32_t n = 0, unused = 0;
   readSectionHeader(section, n, unused);
   TK_CHECK(n >= 0);
-  // The directory is read in place, not copied, but it is held to the bound of any array the file sizes: a count
-  // that claims more entries than the file could hold is corrupt, and must not map and lengthen gigabytes.
-  TK_CHECK(static_cast<std::int64_t>(n) * 12 <= allocationLimit);
+  // The directory is read in place, not copied, so its size is not held to the allocation limit. A count that
+  // claims more entries than the file holds cannot lengthen the file by more than the growth limit: such a read
+  // is dropped and its IDs are not found.
   const std::int64_t idsAt = tell();
   std::int64_t offsetsAt = 0;
   TK_CHECK(checkedMulAdd(n, 4, idsAt, &offsetsAt));

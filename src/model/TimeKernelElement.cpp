@@ -18,11 +18,9 @@ void TimeKernelElement::clear() {
   stressLoad.clear();
   forceRecovery.clear();
   stressRecovery.clear();
-  // velocityForce is deliberately left out: it keeps its storage and shape until the next readRecord
-  // overwrites it or the prototype is destroyed, and a readDofRows in between leaves it alone too. That is
-  // the prototype's defined behaviour, and it is harmless: recovery only ever runs right after a readRecord,
-  // which rewrites the table (with an empty one when the record has none), so the walks that read only dofRows
-  // never hand a stale table to a computation.
+  // velocityForce is left out: it keeps its storage and shape until the next readRecord overwrites it, and a
+  // readDofRows in between leaves it alone too. The end of each call empties it (ReadTimeKernel::endCycle), so
+  // that no call can meet the table of an earlier one.
   referenceDisplacement.clear();
 }
 
