@@ -1,10 +1,10 @@
 // The operating-system calls of the library, behind one small table.
 //
 // Everything the library asks of the system (open a file, its size, lengthen it, create its mapping object, map
-// and unmap a view, close, memory figures, free disk space) goes through `platform::calls()`. One file per system fills the table
-// (platform_posix.cpp, platform_win32.cpp); no other file includes a system header for these calls. Tests may
-// replace entries of the table to make "the mapping call fails" happen on demand, and restore the defaults with
-// `resetCalls()`.
+// and unmap a view, close, memory figures, free disk space) goes through `platform::calls()`. One file per system
+// fills the table (platform_posix.cpp, platform_win32.cpp); no other file includes a system header for these
+// calls. Tests may replace entries of the table to make "the mapping call fails" happen on demand, and restore
+// the defaults with `resetCalls()`.
 #pragma once
 
 #include <cstdint>

@@ -5,12 +5,6 @@
 #include <thread>
 
 #if defined(_WIN32)
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
 #include <windows.h>
 // psapi.h after windows.h: it needs its types.
 #include <psapi.h>

@@ -1,12 +1,6 @@
 // What differs on Windows: files that another handle holds open, read-only files, paths with spaces, and files
 // larger than 4 GiB, whose sizes and offsets need the high halves of the 32-bit pairs that the system calls take.
 // Built only for Windows (tests/CMakeLists.txt).
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
 #include <windows.h>
 #include <winioctl.h>
 
