@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # All tests: install what is missing, then build and run the test suite three times, as a plain optimised build,
 # with AddressSanitizer and UndefinedBehaviorSanitizer, and as TimeKernel.dll cross-built with MinGW-w64 and run
-# under Wine; and fuzz the read path for a bounded, reproducible run (fixed seed, fixed number of inputs, a corpus
-# started anew from the seeds). Each part reports how long it took.
+# under Wine; run the handle tests (threads on one handle and on handles of their own) with ThreadSanitizer; and
+# fuzz the read path for a bounded, reproducible run (fixed seed, fixed number of inputs, a corpus started anew
+# from the seeds). Each part reports how long it took.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-dependencies.sh
@@ -40,6 +41,14 @@ if [ ! -f build-windows/wineprefix/system.reg ]; then
 fi
 (cd build-windows && ctest --output-on-failure -j "$jobs")
 part_done "Windows build and tests"
+
+echo "== ThreadSanitizer build (the handle tests) =="
+cmake -S . -B build-tsan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTIMEKERNEL_THREAD_SANITIZE=ON \
+  -DTIMEKERNEL_BUILD_BENCHMARKS=OFF -DTIMEKERNEL_BUILD_TOOLS=OFF >/dev/null
+cmake --build build-tsan -j "$jobs" --target timekernel_tests
+(cd build-tsan && OPENBLAS_NUM_THREADS=1 TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+  ctest --output-on-failure -j "$jobs" -R '^Handle')
+part_done "ThreadSanitizer build and handle tests"
 
 echo "== fuzzing (libFuzzer, address and undefined sanitizers) =="
 FUZZ_SEED=1 FUZZ_RUNS=30000 FUZZ_SECONDS=240 FUZZ_FRESH=1 FUZZ_CORPUS=build-fuzz/test-corpus scripts/run-fuzz.sh

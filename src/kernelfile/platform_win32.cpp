@@ -24,6 +24,8 @@ constexpr DWORD kOpenExisting = 3;             // OPEN_EXISTING: never create a 
 constexpr DWORD kAttributesNormal = 128;       // FILE_ATTRIBUTE_NORMAL
 constexpr DWORD kPageReadWrite = 4;            // PAGE_READWRITE
 constexpr DWORD kViewAccess = 0xf001f;         // FILE_MAP_ALL_ACCESS
+constexpr DWORD kPageReadOnly = 2;             // PAGE_READONLY: the mapping object of a read-only open
+constexpr DWORD kViewReadAccess = 4;           // FILE_MAP_READ
 constexpr DWORD kMemoryStatusLength = 64;      // MEMORYSTATUSEX::dwLength
 constexpr DWORD kProcessCountersLength = 80;   // PROCESS_MEMORY_COUNTERS_EX
 static_assert(sizeof(MEMORYSTATUSEX) == kMemoryStatusLength, "MEMORYSTATUSEX is 64 bytes on x64");
@@ -57,9 +59,9 @@ std::string folderOf(const char* path) {
   return std::string(buffer, static_cast<size_t>(namePart - buffer));
 }
 
-bool openExisting(const char* path, FileHandle* file) {
-  HANDLE handle = ::CreateFileA(path, kFileAccess, kShareReadWrite, nullptr, kOpenExisting, kAttributesNormal,
-                                nullptr);
+// Opens an existing disk file with `access` and keeps the layer's record of it in `*file`.
+bool openDiskFile(const char* path, DWORD access, FileHandle* file) {
+  HANDLE handle = ::CreateFileA(path, access, kShareReadWrite, nullptr, kOpenExisting, kAttributesNormal, nullptr);
   if (handle == INVALID_HANDLE_VALUE) return false;
   // Only a file on disk can be mapped and lengthened; a device such as NUL or a pipe is refused here.
   if (::GetFileType(handle) != FILE_TYPE_DISK) {
@@ -79,6 +81,20 @@ bool openExisting(const char* path, FileHandle* file) {
   }
   file->value = reinterpret_cast<std::intptr_t>(record);
   file->isOpen = true;
+  return true;
+}
+
+bool openExisting(const char* path, FileHandle* file) { return openDiskFile(path, kFileAccess, file); }
+
+// A read-only open gets its read-only mapping object at once, over the file as it is now, so that queries on
+// several threads only map views of it and never change the record. An empty file has no mapping object (the
+// system refuses one of size 0); nothing is ever mapped from it, since views never reach past the end.
+bool openReadOnly(const char* path, FileHandle* file) {
+  FileHandle opened;
+  if (!openDiskFile(path, GENERIC_READ, &opened)) return false;
+  OpenFile* record = recordOf(opened);
+  record->mapping = ::CreateFileMappingA(record->file, nullptr, kPageReadOnly, 0, 0, nullptr);
+  *file = opened;
   return true;
 }
 
@@ -137,6 +153,14 @@ void* mapView(FileHandle file, std::int64_t offset, std::int64_t size) {
                          static_cast<SIZE_T>(size));
 }
 
+// Views of a read-only open: the caller never asks for bytes past the end of the file.
+void* mapViewReadOnly(FileHandle file, std::int64_t offset, std::int64_t size) {
+  const OpenFile* record = recordOf(file);
+  if (record->mapping == nullptr || size <= 0 || offset < 0) return nullptr;
+  return ::MapViewOfFile(record->mapping, kViewReadAccess, highHalf(offset), lowHalf(offset),
+                         static_cast<SIZE_T>(size));
+}
+
 void unmapView(void* view, std::int64_t) { ::UnmapViewOfFile(view); }
 
 void closeFile(FileHandle file) {
@@ -169,8 +193,9 @@ bool processMemoryUse(std::int64_t* bytes) {
   return true;
 }
 
-const Calls kSystemCalls = {openExisting, fileSize,  extendFile, freeDiskSpace,   createMapping,   closeMapping,
-                            mapView,      unmapView, closeFile,  availableMemory, processMemoryUse};
+const Calls kSystemCalls = {openExisting,  fileSize,      extendFile, freeDiskSpace,   createMapping,
+                            closeMapping,  mapView,       unmapView,  closeFile,       availableMemory,
+                            processMemoryUse, openReadOnly, mapViewReadOnly};
 
 Calls gCalls = kSystemCalls;
 

@@ -3,11 +3,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "evaluate/Flags.h"
-#include "kernelfile/ReadTimeKernel.h"
-#include "kernelfile/Sections.h"
-#include "model/Blas.h"
-#include "model/Failure.h"
+#include "base/Blas.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 
@@ -46,22 +43,14 @@ struct Plan {
   std::vector<Pick> picks;      // in the selection's order
 };
 
-// The key of `code` in `map` when its selection has entries; null otherwise. find(), not the subscript: a code
-// without key must not grow the registry.
-const TimeKernelKeyInfo* selectedKey(const TimeKernelKeySet::KeyMap& map, std::int32_t code) {
-  const auto found = map.find(code);
-  if (found == map.end() || !found->second || found->second->selection.empty()) return nullptr;
-  return found->second.get();
-}
-
 // Checks every shape the products and copies will rely on, so that no product reads or writes outside a record,
 // and lists the selection entries that land in the result and in the output.
-Plan makePlan(const TimeKernelElement& element, const Tables& t, const TimeKernelKeyInfo& key,
+Plan makePlan(const TimeKernelElement& element, const Tables& t, const RecoveryPicks& key,
               const Matrix& displacements, const Matrix& velocities, const Matrix& loadFactors,
               std::int32_t firstColumn, const Matrix& output) {
   Plan plan;
   const Matrix& f = t.recovery;
-  plan.components = key.componentCount();
+  plan.components = key.components;
   TK_CHECK(plan.components > 0);
   TK_CHECK(f.cols == displacements.rows);  // one table column per degree of freedom
   plan.size = f.rows;
@@ -100,7 +89,7 @@ Plan makePlan(const TimeKernelElement& element, const Tables& t, const TimeKerne
     TK_CHECK(loadFactors.cols >= plan.width);
   }
 
-  for (const IdMap::Entry& entry : key.selection) {
+  for (const IdMap::Entry& entry : *key.selection) {
     if (entry.key < 0 || entry.key >= plan.reachable) continue;
     if (entry.value < 0 || entry.value >= output.rows) continue;
     plan.picks.push_back(Pick{entry.key, entry.value});
@@ -160,10 +149,10 @@ void rotate(const TimeKernelElement& element, Rotation rotation, Matrix& point) 
   if (rotation == Rotation::kStress) element.rotateStress(point);
 }
 
-// The common recovery: check, form the tile's columns, rotate under flag 2, pick the selected positions of the
+// The common recovery: check, form the tile's columns, rotate when asked, pick the selected positions of the
 // columns that are written.
-void recover(const TimeKernelElement& element, const Tables& t, const TimeKernelKeyInfo& key,
-             std::int32_t flagWord, const Matrix& displacements, const Matrix& velocities,
+void recover(const TimeKernelElement& element, const Tables& t, const RecoveryPicks& key, bool rotateResult,
+             const Matrix& displacements, const Matrix& velocities,
              const Matrix& loadFactors, std::int32_t firstColumn, Matrix& output) {
   const Plan plan = makePlan(element, t, key, displacements, velocities, loadFactors, firstColumn, output);
   if (plan.picks.empty() || plan.columns <= 0) return;
@@ -173,7 +162,7 @@ void recover(const TimeKernelElement& element, const Tables& t, const TimeKernel
   y.resize(plan.size, plan.width);
   formColumns(element, t, plan, displacements, velocities, loadFactors, y);
 
-  const bool rotated = flags::has(flagWord, flags::kRotate) && t.rotation != Rotation::kNone;
+  const bool rotated = rotateResult && t.rotation != Rotation::kNone;
   const std::int32_t points = plan.reachable / plan.components;
   const std::int64_t outputDistance = output.columnDistance();
   for (std::int32_t j = 0; j < plan.columns; ++j) {
@@ -190,86 +179,33 @@ void recover(const TimeKernelElement& element, const Tables& t, const TimeKernel
 
 }  // namespace
 
-void recoverForce(const TimeKernelElement& element, const TimeKernelKeySet& keys, std::int32_t flags,
+bool hasPicks(const RecoveryPicks& picks) { return picks.selection != nullptr && !picks.selection->empty(); }
+
+void recoverForce(const TimeKernelElement& element, const RecoveryPicks& picks, bool rotateResult,
                   const Matrix& displacements, const Matrix& velocities, const Matrix& loadFactors,
                   Matrix& output, std::int32_t firstColumn) {
-  if (element.forceRecovery.empty()) return;
-  const TimeKernelKeyInfo* key = selectedKey(keys.forceKeys, element.elementType());
-  if (key == nullptr) return;
+  if (element.forceRecovery.empty() || !hasPicks(picks)) return;
   const Tables t{element.forceRecovery, element.forceOffset, &element.velocityForce, &element.forceLoad, false,
                  Rotation::kForce};
-  recover(element, t, *key, flags, displacements, velocities, loadFactors, firstColumn, output);
+  recover(element, t, picks, rotateResult, displacements, velocities, loadFactors, firstColumn, output);
 }
 
-void recoverStress(const TimeKernelElement& element, const TimeKernelKeySet& keys, std::int32_t flags,
+void recoverStress(const TimeKernelElement& element, const RecoveryPicks& picks, bool rotateResult,
                    const Matrix& displacements, const Matrix& loadFactors, Matrix& output,
                    std::int32_t firstColumn) {
-  if (!element.hasStressRecovery() || element.stressRecovery.empty()) return;
-  const TimeKernelKeyInfo* key = selectedKey(keys.stressKeys, element.elementType());
-  if (key == nullptr) return;
+  if (!element.hasStressRecovery() || element.stressRecovery.empty() || !hasPicks(picks)) return;
   const Tables t{element.stressRecovery, element.stressOffset, nullptr, &element.stressLoad, false,
                  Rotation::kStress};
   const Matrix noVelocities;
-  recover(element, t, *key, flags, displacements, noVelocities, loadFactors, firstColumn, output);
+  recover(element, t, picks, rotateResult, displacements, noVelocities, loadFactors, firstColumn, output);
 }
 
-void recoverDeform(const TimeKernelElement& element, const TimeKernelKeySet& keys, const Matrix& displacements,
+void recoverDeform(const TimeKernelElement& element, const RecoveryPicks& picks, const Matrix& displacements,
                    Matrix& output, std::int32_t firstColumn) {
-  if (!element.hasDeformRecovery() || element.stressRecovery.empty()) return;
-  const TimeKernelKeyInfo* key = selectedKey(keys.deformKeys, element.elementType());
-  if (key == nullptr) return;
+  if (!element.hasDeformRecovery() || element.stressRecovery.empty() || !hasPicks(picks)) return;
   const Tables t{element.stressRecovery, element.stressOffset, nullptr, nullptr, true, Rotation::kNone};
   const Matrix none;
-  recover(element, t, *key, 0, displacements, none, none, firstColumn, output);
-}
-
-void recoverElement(const TimeKernelElement& element, std::int32_t flags, const Matrix& loadFactors,
-                    Matrix& output) {
-  ReadTimeKernel* kernel = element.owner;
-  if (kernel == nullptr) return;
-  const std::int32_t steps = std::min(kernel->stepCount, output.cols);
-  const std::int32_t dofs = element.dofRows.size;
-  if (dofs == 0 || steps <= 0) return;  // no displacements: nothing is formed
-  // The histories are read a chunk of steps at a time and formed a tile at a time, so that memory follows the
-  // element and the tile, not the number of steps.
-  const std::int32_t chunk = std::min(kStepChunk, steps);
-  const bool wantVelocities = !element.velocityForce.empty();
-  if (wantVelocities) {
-    // A stored velocity history must cover every step; a shorter one is malformed.
-    std::int32_t a = 0, b = 0;
-    kernel->readSectionHeader(sections::kFirstHistorySection + (kernel->selectedMode < 0 ? 1 : 4), a, b);
-    TK_CHECK(a == 0 || b == 0 || a >= kernel->stepCount);
-  }
-  Matrix displacementChunk, velocityChunk;
-  displacementChunk.resize(dofs, chunk);
-  if (wantVelocities) velocityChunk.resize(dofs, chunk);
-  for (std::int32_t t0 = 0; t0 < steps; t0 += chunk) {
-    const std::int32_t width = std::min(chunk, steps - t0);
-    // Zeroed before the read: a history row for which no view can be made then reads as zeros.
-    Matrix u = Matrix::view(dofs, width, displacementChunk.data, dofs);
-    u.setZero();
-    if (!kernel->readDisplacementHistory(element.dofRows, u, t0)) return;  // not stored: the block stays zero
-    Matrix v;
-    if (wantVelocities) {
-      v = Matrix::view(dofs, width, velocityChunk.data, dofs);
-      v.setZero();
-      if (!kernel->readVelocityHistory(element.dofRows, v, t0)) v = Matrix();  // not stored: no velocity term
-    }
-    for (std::int32_t s0 = t0; s0 < t0 + width; s0 += kStepTile) {
-      const std::int32_t n = std::min(stepTileWidth(s0, kernel->stepCount), t0 + width - s0);
-      const std::int64_t at = s0 - t0;
-      const Matrix us = Matrix::view(dofs, n, u.data + at * dofs, dofs);
-      const Matrix vs = v.empty() ? Matrix() : Matrix::view(dofs, n, v.data + at * dofs, dofs);
-      const Matrix as = loadFactors.empty() ? Matrix()
-                                            : Matrix::view(loadFactors.rows, n,
-                                                           loadFactors.data + s0 * loadFactors.columnDistance(),
-                                                           loadFactors.columnDistance());
-      Matrix out = Matrix::view(output.rows, n, output.data + s0 * output.columnDistance(), output.columnDistance());
-      recoverForce(element, kernel->keySet, flags, us, vs, as, out);
-      recoverStress(element, kernel->keySet, flags, us, as, out);
-      recoverDeform(element, kernel->keySet, us, out);
-    }
-  }
+  recover(element, t, picks, false, displacements, none, none, firstColumn, output);
 }
 
 }  // namespace Zarn

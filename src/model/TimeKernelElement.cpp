@@ -4,6 +4,12 @@ namespace Zarn {
 
 counted_ptr<Base> TimeKernelElement::clone(bool deep) const { return cloneAs<TimeKernelElement>(deep); }
 
+ElementRecordFields TimeKernelElement::recordFields() {
+  return ElementRecordFields{dofRows,        forceRotation, stressRotation, forceOffset,
+                             stressOffset,   referenceDisplacement, forceLoad, stressLoad,
+                             forceRecovery,  stressRecovery, velocityForce};
+}
+
 void TimeKernelElement::rotateForce(Matrix&) const {}
 
 void TimeKernelElement::rotateStress(Matrix&) const {}
@@ -18,8 +24,8 @@ void TimeKernelElement::clear() {
   stressLoad.clear();
   forceRecovery.clear();
   stressRecovery.clear();
-  // velocityForce is left out: it keeps its storage and shape until the next readRecord overwrites it, and a
-  // readDofRows in between leaves it alone too. The end of each call empties it (ReadTimeKernel::endCycle), so
+  // velocityForce is left out: it keeps its storage and shape until the next whole record read overwrites it,
+  // and a dof-rows read in between leaves it alone too. The end of each call empties it (Request::clear), so
   // that no call can meet the table of an earlier one.
   referenceDisplacement.clear();
 }
@@ -35,7 +41,6 @@ void TimeKernelElement::copyElementFields(TimeKernelElement& target) const {
   target.forceRecovery.assign(forceRecovery);
   target.stressRecovery.assign(stressRecovery);
   target.velocityForce.assign(velocityForce);
-  target.owner = owner;
   target.dofRows.assign(dofRows);
   target.referenceDisplacement.assign(referenceDisplacement);
 }

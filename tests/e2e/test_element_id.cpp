@@ -52,8 +52,8 @@ testing::AssertionResult kernelIsClosed() {
       return testing::AssertionFailure() << "section " << s << " at " << theKernel.sectionPositions[s];
   }
   if (theKernel.selectedMode != -1) return testing::AssertionFailure() << "selectedMode " << theKernel.selectedMode;
-  if (!theKernel.requestedOffsets.empty()) return testing::AssertionFailure() << "requested offsets are left";
-  if (theKernel.requiredRows != nullptr || theKernel.requiredRowCount != 0)
+  if (!theRequest.requestedOffsets.empty()) return testing::AssertionFailure() << "requested offsets are left";
+  if (theRequest.requiredRows != nullptr || theRequest.requiredRowCount != 0)
     return testing::AssertionFailure() << "required rows are left";
   return testing::AssertionSuccess();
 }
@@ -348,7 +348,7 @@ TEST_F(ElementIdTest, NoElementTableSurvivesACall) {
   std::vector<double> result(4, 0.0);
   ASSERT_EQ(TimeKernelOutputResult(file.path().c_str(), 1, &id, 1, &key, 1, 0, 0, result.data(), 4), 0);
   EXPECT_EQ(result[0], 1.5 * 0.5 * (0.0 + 4.0 + 8.0));  // step 0: u = 0, 0.5 * 4, 0.5 * 8; no velocity term
-  for (const auto& prototype : theKernel.elementPrototypes) {
+  for (const auto& prototype : theRequest.elementPrototypes) {
     EXPECT_TRUE(prototype.second->velocityForce.empty()) << "type " << prototype.first;
     EXPECT_TRUE(prototype.second->forceRecovery.empty()) << "type " << prototype.first;
   }
