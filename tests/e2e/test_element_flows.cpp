@@ -1100,20 +1100,22 @@ TEST(ElementExactness, LongHistoryInASmallFileIsFormed) {
 }
 
 // ---------------------------------------------------------------------------------------------------------------
-// Files that do not store velocities or accelerations, in every storage (direct and modal, by step and by degree
-// of freedom), written as 0 x 0, a x 0 or 0 x b.
+// Files that do not store velocities or accelerations, in every storage (direct and modal, by step and by
+// degree of freedom), written as 0 x 0, a x 0 or 0 x b.
 
 namespace {
 
 enum class Unstored { kNone, kRowsOnly, kColumnsOnly };  // 0 x 0, a x 0, 0 x b
 
-// Sections 15 + q, 18 + q (by step) and 21 + q, 24 + q (by degree of freedom or mode) of quantity q written with
-// no values: each keeps its own a (rows only) or its own b (columns only), or neither.
+// Sections 15 + q, 18 + q (by step) and 21 + q, 24 + q (by degree of freedom or mode) of quantity q written
+// with no values: each keeps its own a (rows only) or its own b (columns only), or neither.
 void writeWithout(KernelFile& f, const Response& m, int q, Unstored shape) {
   const struct {
     int section;
     std::int32_t a, b;
-  } sections[] = {{15 + q, m.dofs, m.steps}, {18 + q, m.modes, m.steps}, {21 + q, m.steps, m.dofs},
+  } sections[] = {{15 + q, m.dofs, m.steps},
+                  {18 + q, m.modes, m.steps},
+                  {21 + q, m.steps, m.dofs},
                   {24 + q, m.steps, m.modes}};
   for (const auto& s : sections) {
     f.setMatrix(s.section, shape == Unstored::kRowsOnly ? s.a : 0, shape == Unstored::kColumnsOnly ? s.b : 0,
@@ -1131,7 +1133,8 @@ std::vector<Element> everyClassWithAndWithoutVelocity(const Response& m) {
   for (std::int32_t slot = 0; slot < 20; ++slot) {
     Features features;
     features.velocity = slot < 10;
-    elements.push_back({idOf(std::size_t(slot)), makeRecord(kAllClasses[slot % 10], slot, m, features, 90 + slot)});
+    elements.push_back(
+        {idOf(std::size_t(slot)), makeRecord(kAllClasses[slot % 10], slot, m, features, 90 + slot)});
   }
   return elements;
 }
@@ -1206,7 +1209,8 @@ TEST(ElementUnstoredQuantities, WithoutVelocitiesNoVelocityTermAndASingleModeFai
         const Call history = outputHistory(file.path(), flags, {e.id}, keys, m.steps, 1);
         if (hasValues(e.record.velocityForce)) {
           EXPECT_EQ(history.status, -1) << e.record.typeCode;
-          EXPECT_TRUE(std::all_of(history.result.begin(), history.result.end(), [](double x) { return x == 0.0; }));
+          EXPECT_TRUE(
+              std::all_of(history.result.begin(), history.result.end(), [](double x) { return x == 0.0; }));
           continue;
         }
         ASSERT_EQ(history.status, 0) << e.record.typeCode;
@@ -1222,7 +1226,8 @@ TEST(ElementUnstoredQuantities, WithoutVelocitiesNoVelocityTermAndASingleModeFai
   }
 }
 
-// Only the direct velocity sections are empty: under flag 4 the modal ones give the velocity term in both flows.
+// Only the direct velocity sections are empty: under flag 4 the modal ones give the velocity term in both
+// flows.
 TEST(ElementUnstoredQuantities, ModalVelocitiesServeASingleModeWhenTheDirectOnesAreEmpty) {
   const Response m;
   const std::vector<Element> elements = everyClassWithAndWithoutVelocity(m);

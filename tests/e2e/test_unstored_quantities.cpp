@@ -25,7 +25,9 @@ void dropQuantity(kernelwriter::KernelFile& f, const NodalModel& m, int q, Shape
   const struct {
     int section;
     std::int32_t a, b;
-  } sections[] = {{15 + q, m.dofs, m.steps}, {18 + q, m.modes, m.steps}, {21 + q, m.steps, m.dofs},
+  } sections[] = {{15 + q, m.dofs, m.steps},
+                  {18 + q, m.modes, m.steps},
+                  {21 + q, m.steps, m.dofs},
                   {24 + q, m.steps, m.modes}};
   for (const auto& s : sections) {
     const std::int32_t a = shape == Shape::kRowsOnly ? s.a : 0;
@@ -36,8 +38,8 @@ void dropQuantity(kernelwriter::KernelFile& f, const NodalModel& m, int q, Shape
 
 // Every nodal quantity and component, at nodes with and without a transform, with base motion rows and without.
 const std::vector<std::int32_t> kIds = {kFull, kMissing, kTranslations, kWithNone, kNine, kShuffled};
-const std::vector<std::int32_t> kAllKeys = {102, 103, 104, 106, 107, 108, 112, 202, 203, 204, 206, 208,
-                                            302, 303, 304, 307, 312};
+const std::vector<std::int32_t> kAllKeys = {102, 103, 104, 106, 107, 108, 112, 202, 203,
+                                            204, 206, 208, 302, 303, 304, 307, 312};
 
 bool keyOf(std::int32_t key, int q) { return keyTarget(key).quantity == q; }
 
@@ -172,7 +174,8 @@ TEST_P(UnstoredQuantityTest, UnderASingleModeTheEmptyModalSectionFailsWhereItIsR
 
     const Answer others = request(file.path(), flags, kIds, keys, 2, 0, historyLength(model, keys));
     ASSERT_EQ(others.code, 0);
-    EXPECT_TRUE(sameValues(others.values, expectedBlocks(model, kIds, keys, flags, 1, 0, historyLength(model, keys))));
+    EXPECT_TRUE(
+        sameValues(others.values, expectedBlocks(model, kIds, keys, flags, 1, 0, historyLength(model, keys))));
 
     const Answer one = request(file.path(), flags, kIds, keys, 2, 3, stepLength(keys));
     EXPECT_EQ(one.code, -1);
@@ -187,15 +190,16 @@ INSTANTIATE_TEST_SUITE_P(VelocityAndAcceleration, UnstoredQuantityTest,
                          testing::Combine(testing::Values(1, 2),
                                           testing::Values(Shape::kNone, Shape::kRowsOnly, Shape::kColumnsOnly)),
                          [](const testing::TestParamInfo<std::tuple<int, Shape>>& info) {
-                           const std::string quantity = std::get<0>(info.param) == 1 ? "Velocity" : "Acceleration";
+                           const std::string quantity =
+                               std::get<0>(info.param) == 1 ? "Velocity" : "Acceleration";
                            const Shape s = std::get<1>(info.param);
                            return quantity + (s == Shape::kNone       ? "None"
                                               : s == Shape::kRowsOnly ? "RowsOnly"
                                                                       : "ColumnsOnly");
                          });
 
-// Only the direct sections are empty and the modal ones hold the quantity: under flag 4 every key has its value,
-// without flag 4 the quantity's keys are zero.
+// Only the direct sections are empty and the modal ones hold the quantity: under flag 4 every key has its
+// value, without flag 4 the quantity's keys are zero.
 TEST(UnstoredDirectQuantity, ModalSectionsStillServeASingleMode) {
   const NodalModel model = standardModel();
   TempFile file("unstored_direct");
@@ -209,7 +213,8 @@ TEST(UnstoredDirectQuantity, ModalSectionsStillServeASingleMode) {
     EXPECT_TRUE(sameValues(history.values, expectedBlocks(model, kIds, kAllKeys, flags, 2, 0, length)));
     const Answer one = request(file.path(), flags, kIds, kAllKeys, 3, 2, stepLength(kAllKeys));
     ASSERT_EQ(one.code, 0);
-    EXPECT_TRUE(sameValues(one.values, expectedBlocks(model, kIds, kAllKeys, flags, 2, 2, stepLength(kAllKeys))));
+    EXPECT_TRUE(
+        sameValues(one.values, expectedBlocks(model, kIds, kAllKeys, flags, 2, 2, stepLength(kAllKeys))));
   }
   const Answer direct = request(file.path(), kRotate, kIds, kAllKeys, 0, 0, length);
   ASSERT_EQ(direct.code, 0);

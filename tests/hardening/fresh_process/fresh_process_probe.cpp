@@ -5,7 +5,8 @@
 //
 //   fresh_process_probe fresh VALUES   writes the files, runs the requests with no call before them, checks the
 //                                      values and stores every double of every answer in VALUES
-//   fresh_process_probe after VALUES   first makes unrelated calls on another file (a bar with a velocity table),
+//   fresh_process_probe after VALUES   first makes unrelated calls on another file (a bar with a velocity
+//   table),
 //                                      then runs the same requests and compares every double with VALUES
 //
 // The requests ask for a bar whose record ends early: its stress table claims 16,500 rows that lie past the end
@@ -47,7 +48,9 @@ const char* const kOtherFile = "fresh_process_other.kernel";
 const std::vector<std::int32_t> kKeys = {100140402, 100140403, 100140408, 200140402, 200140406, 200140408};
 const std::int32_t kKeyRows[] = {0, 1, 5, 6, 9, 11};
 
-double wave(std::int64_t i, std::int32_t seed) { return std::sin(0.37 * double(i) + 0.11 * seed) + 0.05 * seed; }
+double wave(std::int64_t i, std::int32_t seed) {
+  return std::sin(0.37 * double(i) + 0.11 * seed) + 0.05 * seed;
+}
 
 std::vector<double> waves(std::int64_t n, std::int32_t seed) {
   std::vector<double> v(static_cast<std::size_t>(n));
@@ -57,15 +60,15 @@ std::vector<double> waves(std::int64_t n, std::int32_t seed) {
 
 // The numbers of the record file, as the writer puts them.
 struct Model {
-  std::vector<double> u = waves(kDofs * kSteps, 1);   // u[d + dofs * t]: by step (section 15)
-  std::vector<double> v = waves(kDofs * kSteps, 2);   // velocities, the same layout (section 16)
-  std::vector<double> q = waves(std::int64_t(kModes) * kSteps, 3);     // q[m + modes * t] (section 18)
+  std::vector<double> u = waves(kDofs * kSteps, 1);                 // u[d + dofs * t]: by step (section 15)
+  std::vector<double> v = waves(kDofs * kSteps, 2);                 // velocities, the same layout (section 16)
+  std::vector<double> q = waves(std::int64_t(kModes) * kSteps, 3);  // q[m + modes * t] (section 18)
   std::vector<double> qdot = waves(std::int64_t(kModes) * kSteps, 4);  // (section 19)
-  std::vector<double> a = waves(kLoads * kSteps, 5);  // a[i + loads * t] (section 4)
-  std::vector<double> F = waves(kDofs * kDofs, 6);    // force table, column-major
-  std::vector<double> f0 = waves(kDofs, 7);           // one offset per table row
-  std::vector<double> L = waves(kDofs * kLoads, 8);   // load table
-  std::vector<double> u0 = waves(kDofs, 9);           // reference displacement
+  std::vector<double> a = waves(kLoads * kSteps, 5);                   // a[i + loads * t] (section 4)
+  std::vector<double> F = waves(kDofs * kDofs, 6);                     // force table, column-major
+  std::vector<double> f0 = waves(kDofs, 7);                            // one offset per table row
+  std::vector<double> L = waves(kDofs * kLoads, 8);                    // load table
+  std::vector<double> u0 = waves(kDofs, 9);                            // reference displacement
 
   double phi(std::int32_t d, std::int32_t m) const { return std::cos(0.21 * d + 0.013 * m) + 0.2; }
 };
@@ -73,7 +76,8 @@ struct Model {
 std::vector<double> byDof(const std::vector<double>& byStep, std::int32_t rows, std::int32_t cols) {
   std::vector<double> out(byStep.size());
   for (std::int32_t r = 0; r < rows; ++r)
-    for (std::int32_t c = 0; c < cols; ++c) out[std::size_t(c) + std::size_t(cols) * r] = byStep[std::size_t(r) + std::size_t(rows) * c];
+    for (std::int32_t c = 0; c < cols; ++c)
+      out[std::size_t(c) + std::size_t(cols) * r] = byStep[std::size_t(r) + std::size_t(rows) * c];
   return out;
 }
 
@@ -268,7 +272,8 @@ int main(int argc, char** argv) {
       if (bitsOf(values[i]) == before[i]) continue;
       double x = 0.0;
       std::memcpy(&x, &before[i], sizeof x);
-      if (++differing <= 8) std::printf("double %zu: %.17g after unrelated calls, %.17g fresh\n", i, values[i], x);
+      if (++differing <= 8)
+        std::printf("double %zu: %.17g after unrelated calls, %.17g fresh\n", i, values[i], x);
     }
     if (differing != 0) {
       std::printf("%zu of %zu doubles differ\n", differing, values.size());
