@@ -21,6 +21,7 @@
 
 #include "TimeKernel.h"
 #include "kernelwriter/KernelWriter.h"
+#include "support/ResponseSections.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -1105,27 +1106,8 @@ TEST(ElementExactness, LongHistoryInASmallFileIsFormed) {
 
 namespace {
 
-enum class Unstored { kNone, kRowsOnly, kColumnsOnly };  // 0 x 0, a x 0, 0 x b
-
-// Sections 15 + q, 18 + q (by step) and 21 + q, 24 + q (by degree of freedom or mode) of quantity q written
-// with no values: each keeps its own a (rows only) or its own b (columns only), or neither.
-void writeWithout(KernelFile& f, const Response& m, int q, Unstored shape) {
-  const struct {
-    int section;
-    std::int32_t a, b;
-  } sections[] = {{15 + q, m.dofs, m.steps},
-                  {18 + q, m.modes, m.steps},
-                  {21 + q, m.steps, m.dofs},
-                  {24 + q, m.steps, m.modes}};
-  for (const auto& s : sections) {
-    f.setMatrix(s.section, shape == Unstored::kRowsOnly ? s.a : 0, shape == Unstored::kColumnsOnly ? s.b : 0,
-                std::vector<double>());
-  }
-}
-
-const char* nameOf(Unstored s) {
-  return s == Unstored::kNone ? "0 x 0" : s == Unstored::kRowsOnly ? "a x 0" : "0 x b";
-}
+using testsupport::nameOf;
+using testsupport::Unstored;
 
 // One element of each class, with velocity tables (slots 0..9) and without (slots 10..19).
 std::vector<Element> everyClassWithAndWithoutVelocity(const Response& m) {
@@ -1166,7 +1148,7 @@ TEST(ElementUnstoredQuantities, EmptyAccelerationSectionsChangeNothing) {
   const std::vector<Element> elements = everyClassWithAndWithoutVelocity(m);
   for (Unstored shape : {Unstored::kNone, Unstored::kRowsOnly, Unstored::kColumnsOnly}) {
     KernelFile f = makeFile(m, elements);
-    writeWithout(f, m, 2, shape);
+    testsupport::writeUnstored(f, 2, shape, m.dofs, m.modes, m.steps);
     TempFile file("no_accelerations");
     f.write(file.path());
     for (std::int32_t extra : {0, kRotate, kSingleMode, kRotate | kSingleMode}) {
@@ -1187,7 +1169,7 @@ TEST(ElementUnstoredQuantities, WithoutVelocitiesNoVelocityTermAndASingleModeFai
   const std::vector<Element> elements = everyClassWithAndWithoutVelocity(m);
   for (Unstored shape : {Unstored::kNone, Unstored::kRowsOnly, Unstored::kColumnsOnly}) {
     KernelFile f = makeFile(m, elements);
-    writeWithout(f, m, 1, shape);
+    testsupport::writeUnstored(f, 1, shape, m.dofs, m.modes, m.steps);
     TempFile file("no_velocities_anywhere");
     f.write(file.path());
     for (std::int32_t extra : {0, kRotate}) {

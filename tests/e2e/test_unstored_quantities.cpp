@@ -15,26 +15,7 @@ namespace nodaltest {
 namespace {
 
 using testsupport::TempFile;
-
-// How the four sections of a quantity are written when the file does not store it.
-enum class Shape { kNone, kRowsOnly, kColumnsOnly };  // 0 x 0, a x 0, 0 x b
-
-// Sections 15 + q and 18 + q (by step: dofs or modes x steps) and 21 + q and 24 + q (by degree of freedom or
-// mode: steps x dofs or modes) of quantity q, each with its own a or b kept and the other count 0.
-void dropQuantity(kernelwriter::KernelFile& f, const NodalModel& m, int q, Shape shape) {
-  const struct {
-    int section;
-    std::int32_t a, b;
-  } sections[] = {{15 + q, m.dofs, m.steps},
-                  {18 + q, m.modes, m.steps},
-                  {21 + q, m.steps, m.dofs},
-                  {24 + q, m.steps, m.modes}};
-  for (const auto& s : sections) {
-    const std::int32_t a = shape == Shape::kRowsOnly ? s.a : 0;
-    const std::int32_t b = shape == Shape::kColumnsOnly ? s.b : 0;
-    f.setMatrix(s.section, a, b, std::vector<double>{});
-  }
-}
+using testsupport::Unstored;
 
 // Every nodal quantity and component, at nodes with and without a transform, with base motion rows and without.
 const std::vector<std::int32_t> kIds = {kFull, kMissing, kTranslations, kWithNone, kNine, kShuffled};
@@ -106,11 +87,11 @@ std::int32_t envelopeLength(const std::vector<std::int32_t>& keys) {
   return 2 * n * n;
 }
 
-class UnstoredQuantityTest : public testing::TestWithParam<std::tuple<int, Shape>> {
+class UnstoredQuantityTest : public testing::TestWithParam<std::tuple<int, Unstored>> {
  protected:
   void SetUp() override {
     kernelwriter::KernelFile f = modelFile(model);
-    dropQuantity(f, model, missing(), std::get<1>(GetParam()));
+    testsupport::writeUnstored(f, missing(), std::get<1>(GetParam()), model.dofs, model.modes, model.steps);
     f.write(file.path());
   }
   void TearDown() override { EXPECT_TRUE(kernelIsClosed()); }
@@ -186,17 +167,15 @@ TEST_P(UnstoredQuantityTest, UnderASingleModeTheEmptyModalSectionFailsWhereItIsR
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(VelocityAndAcceleration, UnstoredQuantityTest,
-                         testing::Combine(testing::Values(1, 2),
-                                          testing::Values(Shape::kNone, Shape::kRowsOnly, Shape::kColumnsOnly)),
-                         [](const testing::TestParamInfo<std::tuple<int, Shape>>& info) {
-                           const std::string quantity =
-                               std::get<0>(info.param) == 1 ? "Velocity" : "Acceleration";
-                           const Shape s = std::get<1>(info.param);
-                           return quantity + (s == Shape::kNone       ? "None"
-                                              : s == Shape::kRowsOnly ? "RowsOnly"
-                                                                      : "ColumnsOnly");
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    VelocityAndAcceleration, UnstoredQuantityTest,
+    testing::Combine(testing::Values(1, 2),
+                     testing::Values(Unstored::kNone, Unstored::kRowsOnly, Unstored::kColumnsOnly)),
+    [](const testing::TestParamInfo<std::tuple<int, Unstored>>& info) {
+      const std::string quantity = std::get<0>(info.param) == 1 ? "Velocity" : "Acceleration";
+      const Unstored s = std::get<1>(info.param);
+      return quantity + (s == Unstored::kNone ? "None" : s == Unstored::kRowsOnly ? "RowsOnly" : "ColumnsOnly");
+    });
 
 // Only the direct sections are empty and the modal ones hold the quantity: under flag 4 every key has its
 // value, without flag 4 the quantity's keys are zero.
