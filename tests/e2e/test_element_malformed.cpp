@@ -211,8 +211,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 // A record cut short by the growth limit: its stress table claims 16,500 rows whose values lie past the end of
 // the file, further than one call may lengthen it. That read is dropped and the record ends there: the velocity
-// table written after it is never reached (read as the design reads a lengthened file, it would be part of the
-// stress values, and the velocity header would be zeros), so the bar has no velocity term. Both flows give
+// table written after it is never reached (were the file lengthened as far as the read asks, those bytes would
+// be part of the stress values and the velocity header would be zeros), so the bar has no velocity term. Both flows give
 // F (u - u0) + f0 - L a, and under flag 4 the mode's contribution without the load term; the file is not
 // changed.
 TEST(ElementRecordCutShort, ReadsWhatLiesBeforeTheGrowthLimitAndNothingAfter) {
