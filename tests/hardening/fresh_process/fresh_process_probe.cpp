@@ -3,11 +3,12 @@
 //
 // ctest runs this program twice, each time as a new process:
 //
-//   fresh_process_probe fresh VALUES   writes the files, runs the requests with no call before them, checks the
-//                                      values and stores every double of every answer in VALUES
-//   fresh_process_probe after VALUES   first makes unrelated calls on another file (a bar with a velocity
-//   table),
-//                                      then runs the same requests and compares every double with VALUES
+//   fresh_process_probe fresh VALUES
+//       writes the files, runs the requests with no call before them, checks the values and stores the result
+//       and every double of every answer in VALUES;
+//   fresh_process_probe after VALUES
+//       first makes unrelated calls on another file (a bar with a velocity table), then runs the same requests
+//       and compares every double with VALUES.
 //
 // The requests ask for a bar whose record ends early: its stress table claims 16,500 rows that lie past the end
 // of the file, further than one call may lengthen it, so that read is dropped and the record stops there. Its
