@@ -25,7 +25,11 @@ if(TOOLCHAIN)
   # A Windows program finds the DLL beside it.
   file(COPY ${WORK_DIR}/prefix/bin/TimeKernel.dll DESTINATION ${WORK_DIR}/build)
 endif()
-execute_process(COMMAND ${EMULATOR} ${WORK_DIR}/build/consumer RESULT_VARIABLE rc OUTPUT_VARIABLE out)
+set(program ${WORK_DIR}/build/consumer)
+if(TOOLCHAIN)
+  set(program ${program}.exe)  # Wine runs a program by its whole file name
+endif()
+execute_process(COMMAND ${EMULATOR} ${program} RESULT_VARIABLE rc OUTPUT_VARIABLE out)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "the consumer failed: ${out}")
 endif()
