@@ -9,7 +9,10 @@ packages=(
   libgtest-dev libgmock-dev  # GoogleTest
   libbenchmark-dev         # Google Benchmark
   clang libclang-rt-14-dev # libFuzzer and the sanitizer runtime for the fuzz target
-  python3                  # the Python example
+  python3                  # the Python package: numpy; matplotlib (plots); pandas and xarray (labelled results);
+  #                          dask and distributed (beyond one machine); pytest, pip and setuptools (its tests)
+  python3-numpy python3-matplotlib python3-pandas python3-xarray python3-dask python3-distributed
+  python3-pytest python3-pip python3-setuptools
 )
 
 missing=()

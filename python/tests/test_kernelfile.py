@@ -64,7 +64,7 @@ def test_element_names_round_trip_for_every_bar_and_shell_key():
         assert [keys.id(n, kind) for n in names] == codes
         assert all(n == n.lower() and " " not in n for n in names)
     assert "@" in keys.name(100140402, "bar") and keys.name(100140402, "bar").endswith("1")
-    assert keys.name(140402) == keys.name(140402, "bar")  # no class given: the bar before the warping bar
+    assert keys.name(100140402) == keys.name(100140402, "bar")  # no class given: the bar before the warping bar
     assert keys.id("100140402", "bar") == 100140402
 
 
