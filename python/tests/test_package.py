@@ -71,3 +71,11 @@ def test_ids_and_keys_must_be_32_bit_integers(model_path):
     with pytest.raises(ValueError, match="integers"):
         timekernel.raw.output_result(model_path, [1.5], [102], step=1)
     assert timekernel.raw.int32_array(np.int64(7), "ids").tolist() == [7]
+
+
+def test_a_library_without_the_handle_functions_says_so(library, model_path):
+    older = timekernel.Library(library.path, library.cdll)
+    older.missing, older.has_handles = ["TimeKernelOpen", "TimeKernelQuery"], False
+    with pytest.raises(timekernel.TimeKernelError, match="lacks TimeKernelOpen, TimeKernelQuery"):
+        timekernel.open(model_path, library=older)
+    assert timekernel.raw.element_ids(model_path, library=older).size == 3  # the designed calls still work
