@@ -8,19 +8,21 @@ machine to a ``dask.distributed`` cluster:
     import timekernel.dask as tkd
     h = tkd.history("model.kernel", elements=True, keys=["axial@1"], chunk=500)   # lazy (ids, steps, keys)
     top = h.max(axis=1).compute()                                                 # maxima over all steps
+    bounds = tkd.envelope("model.kernel", elements=True, keys=["axial@1"])        # (2, ids, keys), reduced
+                                                                                  #   in the tasks
 
 dask is imported when this module is.
 """
 from __future__ import annotations
 
 import os
-from typing import Optional, Sequence, Union
+from typing import List, NamedTuple, Optional, Sequence, Union
 
 import dask.array as da
 import numpy as np
 
 from ._library import Library, PathLike, resolve
-from .kernelfile import IdList, KeyList, open as open_file, reduce_envelope
+from .kernelfile import IdList, KeyList, open as open_file
 from .raw import int32_array
 
 
@@ -34,6 +36,38 @@ def history(path: PathLike, ids: Optional[IdList] = None, keys: KeyList = (), *,
     count and IDs; each chunk opens its own handle when it is computed. The library's path travels with the
     graph, so that worker processes load the same library as this process.
     """
+    plan = _plan(path, ids, keys, elements, chunk, library)
+    flags = dict(elements=elements, rotate=rotate, base_motion=base_motion, mode=mode)
+    blocks = [da.from_delayed(_task(read_chunk, plan, c, flags), shape=(c.size, plan.steps, plan.keys.size),
+                              dtype=np.float64) for c in plan.chunks]
+    return da.concatenate(blocks, axis=0) if len(blocks) > 1 else blocks[0]
+
+
+def envelope(path: PathLike, ids: Optional[IdList] = None, keys: KeyList = (), *, elements: bool = False,
+             chunk: int = 1000, rotate: bool = False, base_motion: bool = False, mode: Optional[int] = None,
+             library: Union[None, PathLike, Library] = None) -> da.Array:
+    """Lazy maxima and minima over all steps, stacked as (2, ids, keys): ``[0]`` the maxima, ``[1]`` the minima.
+
+    Each task opens its own handle and runs ``KernelFile.envelope`` on its chunk of IDs, so the result is that of
+    one process bit for bit, and no history larger than a chunk's envelope groups is ever held.
+    """
+    plan = _plan(path, ids, keys, elements, chunk, library)
+    flags = dict(elements=elements, rotate=rotate, base_motion=base_motion, mode=mode)
+    blocks = [da.from_delayed(_task(read_envelope_chunk, plan, c, flags), shape=(2, c.size, plan.keys.size),
+                              dtype=np.float64) for c in plan.chunks]
+    return da.concatenate(blocks, axis=1) if len(blocks) > 1 else blocks[0]
+
+
+class _Plan(NamedTuple):
+    path: str
+    library: str
+    steps: int
+    keys: np.ndarray
+    chunks: List[np.ndarray]
+
+
+def _plan(path: PathLike, ids: Optional[IdList], keys: KeyList, elements: bool, chunk: int,
+          library: Union[None, PathLike, Library]) -> _Plan:
     if chunk < 1:
         raise ValueError("chunk must be at least 1")
     lib = resolve(library)
@@ -42,34 +76,15 @@ def history(path: PathLike, ids: Optional[IdList] = None, keys: KeyList = (), *,
             ids = f.element_ids if elements else f.node_ids
         id_array, key_array, _ = f._request(ids, keys, elements)
         steps = f.info.steps
-    flags = dict(elements=elements, rotate=rotate, base_motion=base_motion, mode=mode)
-    path, library_path = os.fspath(path), lib.path
-    id_chunks = [id_array[start:start + chunk] for start in range(0, id_array.size, chunk)]
-    # One block per chunk of IDs: (chunk ids, all steps, all keys).
-    blocks = [da.from_delayed(_delayed_chunk(path, c, key_array, flags, library_path),
-                              shape=(c.size, steps, key_array.size), dtype=np.float64) for c in id_chunks]
-    return da.concatenate(blocks, axis=0) if len(blocks) > 1 else blocks[0]
+    chunks = [id_array[start:start + chunk] for start in range(0, id_array.size, chunk)]
+    return _Plan(os.fspath(path), lib.path, steps, key_array, chunks)
 
 
-def envelope(path: PathLike, ids: Optional[IdList] = None, keys: KeyList = (), **options) -> da.Array:
-    """Lazy maxima and minima over all steps, stacked as (2, ids, keys): ``[0]`` the maxima, ``[1]`` the minima.
-
-    Takes the options of :func:`history`. The rule is that of ``KernelFile.envelope``: a NaN after the first
-    step never replaces a value, a NaN at the first step stays. Each chunk of IDs is reduced where it was read.
-    """
-    h = history(path, ids, keys, **options)
-    bounds = h.map_blocks(_envelope_block, chunks=(h.chunks[0], (2,), h.chunks[2]), dtype=np.float64)
-    return bounds.transpose(1, 0, 2)
-
-
-def _envelope_block(block: np.ndarray) -> np.ndarray:
-    maximum, minimum = reduce_envelope(block)
-    return np.stack([maximum, minimum], axis=1)  # (ids, 2, keys)
-
-
-def _delayed_chunk(path: str, ids: np.ndarray, keys: np.ndarray, flags: dict, library_path: str):
+def _task(function, plan: _Plan, ids: np.ndarray, flags: dict):
     from dask import delayed
-    return delayed(read_chunk, pure=True)(path, ids, keys, flags, library_path)
+    # Not pure: the file at the path may be rewritten between two computations, so a result must never be taken
+    # from what a cluster kept of an earlier graph.
+    return delayed(function, pure=False)(plan.path, ids, plan.keys, flags, plan.library)
 
 
 def read_chunk(path: str, ids: Sequence[int], keys: Sequence[int], flags: dict,
@@ -77,3 +92,11 @@ def read_chunk(path: str, ids: Sequence[int], keys: Sequence[int], flags: dict,
     """The histories of ``ids`` (ids, steps, keys) through a handle of its own: what one Dask task does."""
     with open_file(path, library_path) as f:
         return np.asarray(f.history(int32_array(ids, "ids"), [int(k) for k in keys], **flags))
+
+
+def read_envelope_chunk(path: str, ids: Sequence[int], keys: Sequence[int], flags: dict,
+                        library_path: Optional[str] = None) -> np.ndarray:
+    """Maxima and minima of ``ids`` stacked as (2, ids, keys), through a handle of its own."""
+    with open_file(path, library_path) as f:
+        bounds = f.envelope(int32_array(ids, "ids"), [int(k) for k in keys], **flags)
+        return np.stack([np.asarray(bounds.maximum), np.asarray(bounds.minimum)])

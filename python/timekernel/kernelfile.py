@@ -32,6 +32,9 @@ KeyList = Union[int, str, Sequence[Union[int, str]]]
 
 # The library takes a result length in 32 bits; larger requests are cut into groups of IDs.
 _MAX_DOUBLES_PER_CALL = 2**31 - 1
+# Arrays handed to the library are made with np.empty: the library zeroes its whole result array before anything
+# else (and then writes every double), so a second zeroing pass here would only cost time.
+
 # Largest item count n = ids * keys of one envelope call: the call's array holds 2 n^2 doubles (0.5 MB here).
 _ENVELOPE_ITEMS_PER_CALL = 180
 
@@ -207,7 +210,7 @@ class KernelFile:
         """
         id_array, key_array, labels = self._request(ids, keys, elements)
         steps = self.info.steps
-        out = np.zeros((id_array.size, steps, key_array.size), dtype=np.float64)
+        out = np.empty((id_array.size, steps, key_array.size), dtype=np.float64)
         self._fill(self._flags(elements, rotate, base_motion, mode), id_array, key_array, mode or 0, 0, out)
         return ResultArray.wrap(out, ("id", "step", "key"),
                                 {"id": id_array, "step": np.arange(1, steps + 1), "key": labels}, key_array)
@@ -217,7 +220,7 @@ class KernelFile:
         """Values at one step (1-based; negative counts from the end, -1 the last), shaped (ids, keys)."""
         step = self._step_number(step)
         id_array, key_array, labels = self._request(ids, keys, elements)
-        out = np.zeros((id_array.size, key_array.size), dtype=np.float64)
+        out = np.empty((id_array.size, key_array.size), dtype=np.float64)
         self._fill(self._flags(elements, rotate, base_motion, mode), id_array, key_array, mode or 0, step, out)
         return ResultArray.wrap(out, ("id", "key"), {"id": id_array, "key": labels}, key_array)
 
@@ -239,12 +242,12 @@ class KernelFile:
             for start in range(0, id_array.size, group):
                 chunk = id_array[start:start + group]
                 if elements:
-                    h = np.zeros((chunk.size, self.info.steps, nk), dtype=np.float64)
+                    h = np.empty((chunk.size, self.info.steps, nk), dtype=np.float64)
                     self._fill(flags, chunk, key_array, mode or 0, 0, h)
                     maximum[start:start + chunk.size], minimum[start:start + chunk.size] = reduce_envelope(h)
                 else:
                     n = chunk.size * nk
-                    buffer = np.zeros(2 * n * n, dtype=np.float64)
+                    buffer = np.empty(2 * n * n, dtype=np.float64)
                     self._call((flags & ~ELEMENT_RESULTS) | ENVELOPE, chunk, key_array, mode or 0, 0, buffer)
                     # Item p = r + nk * i is on the diagonal of both n x n matrices: every (n + 1)-th double.
                     maximum[start:start + chunk.size] = buffer[:n * n:n + 1].reshape(chunk.size, nk)
@@ -266,12 +269,12 @@ class KernelFile:
         flags = self._flags(elements, rotate, False, 1)
         if step is None:
             steps = self.info.steps
-            out = np.zeros((len(modes), id_array.size, steps, key_array.size), dtype=np.float64)
+            out = np.empty((len(modes), id_array.size, steps, key_array.size), dtype=np.float64)
             dims, coords = ("mode", "id", "step", "key"), {"step": np.arange(1, steps + 1)}
             number = 0
         else:
             number = self._step_number(step)
-            out = np.zeros((len(modes), id_array.size, key_array.size), dtype=np.float64)
+            out = np.empty((len(modes), id_array.size, key_array.size), dtype=np.float64)
             dims, coords = ("mode", "id", "key"), {}
         for m, mode in enumerate(modes):
             self._fill(flags, id_array, key_array, mode, number, out[m])
