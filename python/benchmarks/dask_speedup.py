@@ -7,6 +7,7 @@ Writes a chain of bars (12 degrees of freedom; force 6 x 2 ends with a velocity 
 with the tests' writer into the temporary folder. Then the envelope of all 34 force and stress keys of every
 bar over all steps is computed (best of three each):
   one process       KernelFile.envelope(..., elements=True) on one handle, one thread;
+  threads           timekernel.dask.envelope on Dask's threaded scheduler with `workers` threads;
   local cluster     timekernel.dask.envelope on dask.distributed.LocalCluster with `workers` processes of one
                     thread each (cluster start not counted), chunks of `--chunk` bars.
 """
@@ -66,6 +67,8 @@ def main() -> None:
             ids = f.element_ids
             single = f.envelope(ids, keys, elements=True)
             one = best(lambda: f.envelope(ids, keys, elements=True))
+        threads = best(lambda: tkd.envelope(path, ids, keys, elements=True, chunk=args.chunk).compute(
+            scheduler="threads", num_workers=args.workers))
         with LocalCluster(n_workers=args.workers, threads_per_worker=1, processes=True, dashboard_address=None,
                           silence_logs=40) as cluster, Client(cluster):
             def on_cluster():
@@ -77,6 +80,7 @@ def main() -> None:
         assert np.array_equal(bounds[0], single.maximum) and np.array_equal(bounds[1], single.minimum)
     print(f"envelope of {len(keys)} keys at {args.bars} bars over {args.steps} steps ({size / 1e6:.0f} MB file):")
     print(f"  one process, one thread:                 {one:6.2f} s")
+    print(f"  threads, {args.workers} on one handle each chunk:     {threads:6.2f} s   speed-up {one / threads:4.2f}")
     print(f"  LocalCluster, {args.workers} worker processes:        {many:6.2f} s   speed-up {one / many:4.2f}")
 
 

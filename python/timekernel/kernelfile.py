@@ -239,15 +239,21 @@ class KernelFile:
         minimum = np.zeros_like(maximum)
         if nk:
             group = max(1, _ENVELOPE_ITEMS_PER_CALL // nk)
+            # One work array for all groups, reused: an allocation per group would fault its pages in each time.
+            if elements:
+                work = np.empty((min(group, id_array.size), self.info.steps, nk), dtype=np.float64)
+            else:
+                n_max = min(group, id_array.size) * nk
+                work = np.empty(2 * n_max * n_max, dtype=np.float64)
             for start in range(0, id_array.size, group):
                 chunk = id_array[start:start + group]
                 if elements:
-                    h = np.empty((chunk.size, self.info.steps, nk), dtype=np.float64)
+                    h = work[:chunk.size]
                     self._fill(flags, chunk, key_array, mode or 0, 0, h)
                     maximum[start:start + chunk.size], minimum[start:start + chunk.size] = reduce_envelope(h)
                 else:
                     n = chunk.size * nk
-                    buffer = np.empty(2 * n * n, dtype=np.float64)
+                    buffer = work[:2 * n * n]
                     self._call((flags & ~ELEMENT_RESULTS) | ENVELOPE, chunk, key_array, mode or 0, 0, buffer)
                     # Item p = r + nk * i is on the diagonal of both n x n matrices: every (n + 1)-th double.
                     maximum[start:start + chunk.size] = buffer[:n * n:n + 1].reshape(chunk.size, nk)
