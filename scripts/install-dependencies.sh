@@ -13,6 +13,14 @@ packages=(
   #                          dask and distributed (beyond one machine); pytest, pip and setuptools (its tests)
   python3-numpy python3-matplotlib python3-pandas python3-xarray python3-dask python3-distributed
   python3-pytest python3-pip python3-setuptools
+  # The Windows build: the 64-bit half of MinGW-w64 (headers, import libraries, binutils), its cross compilers
+  # with the POSIX thread model for C, C++ and Fortran (the reference BLAS), GoogleTest's sources to build with
+  # them, and Wine to run the tests and the example. (The mingw-w64 metapackage would add the 32-bit and
+  # win32-thread compilers, which the build does not use.)
+  mingw-w64-x86-64-dev binutils-mingw-w64-x86-64
+  g++-mingw-w64-x86-64-posix gfortran-mingw-w64-x86-64-posix
+  googletest
+  wine64
 )
 
 missing=()
