@@ -8,6 +8,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-dependencies.sh
 jobs=$(nproc)
+# Debian's interpreter, into which apt installs the Python packages (a python3 earlier on PATH may lack them).
+python_hint=()
+if [ -x /usr/bin/python3 ]; then python_hint=(-DPython3_EXECUTABLE=/usr/bin/python3); fi
 
 part_start=$SECONDS
 part_done() {
@@ -16,7 +19,7 @@ part_done() {
 }
 
 echo "== plain build =="
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "${python_hint[@]}" >/dev/null
 cmake --build build -j "$jobs"
 (cd build && ctest --output-on-failure -j "$jobs")
 part_done "plain build and tests"
