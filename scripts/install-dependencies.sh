@@ -10,6 +10,8 @@ packages=(
   libbenchmark-dev         # Google Benchmark
   clang libclang-rt-14-dev # libFuzzer and the sanitizer runtime for the fuzz target
   python3                  # the Python example
+  liblapacke-dev           # LAPACK for the frame example's modes (the library does not use it)
+  python3-matplotlib       # the frame example's plot and the pictures in docs/
 )
 
 missing=()
