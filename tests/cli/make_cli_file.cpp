@@ -26,16 +26,17 @@ int main(int argc, char** argv) {
   for (int m = 0; m < kModes; ++m)
     for (int i = 0; i < kRows; ++i) shapes.push_back(phi(i, m));
   f.setMatrix(0, kRows, kModes, shapes);
+  auto x = [&](int t, int i, int rate) {
+    double sum = 0.0;
+    for (int m = 0; m < kModes; ++m) sum += phi(i, m) * q(t, m, rate);
+    return sum;
+  };
   for (int rate = 0; rate < 3; ++rate) {
-    f.setMatrix(24 + rate, kSteps, kModes, [&](int64_t t, int64_t m) { return q(int(t), int(m), rate); });
-    f.setMatrix(18 + rate, kModes, kSteps, [&](int64_t m, int64_t t) { return q(int(t), int(m), rate); });
-    auto x = [&](int t, int i) {
-      double sum = 0.0;
-      for (int m = 0; m < kModes; ++m) sum += phi(i, m) * q(t, m, rate);
-      return sum;
-    };
-    f.setMatrix(21 + rate, kSteps, kRows, [&](int64_t t, int64_t i) { return x(int(t), int(i)); });
-    f.setMatrix(15 + rate, kRows, kSteps, [&](int64_t i, int64_t t) { return x(int(t), int(i)); });
+    // The generators run when the file is written, so each keeps its own copy of `rate`.
+    f.setMatrix(24 + rate, kSteps, kModes, [=](int64_t t, int64_t m) { return q(int(t), int(m), rate); });
+    f.setMatrix(18 + rate, kModes, kSteps, [=](int64_t m, int64_t t) { return q(int(t), int(m), rate); });
+    f.setMatrix(21 + rate, kSteps, kRows, [=](int64_t t, int64_t i) { return x(int(t), int(i), rate); });
+    f.setMatrix(15 + rate, kRows, kSteps, [=](int64_t i, int64_t t) { return x(int(t), int(i), rate); });
     f.setMatrix(5 + rate, kRows, 1, std::vector<double>(kRows, 0.0));
     f.setMatrix(8 + rate, kRows, 1, std::vector<double>(kRows, 0.0));
     f.setMatrix(12 + rate, kModes, 1, std::vector<double>(kModes, 0.0));

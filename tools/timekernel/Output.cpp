@@ -21,6 +21,10 @@ std::string exactNumber(double v) {
   if (std::isnan(v)) return "nan";
   if (std::isinf(v)) return v > 0 ? "inf" : "-inf";
   char buf[40];
+  if (v == std::trunc(v) && std::fabs(v) < 1e15) {  // whole numbers as integers: 10, not 1e+01
+    std::snprintf(buf, sizeof buf, "%.0f", v);
+    return buf;
+  }
   for (int precision = 1; precision <= 17; ++precision) {  // the shortest form that reads back exactly
     std::snprintf(buf, sizeof buf, "%.*g", precision, v);
     if (std::strtod(buf, nullptr) == v) break;
@@ -52,7 +56,10 @@ namespace {
 std::string tableText(const Cell& c) {
   if (!c.isNumber) return c.text;
   char buf[40];
-  std::snprintf(buf, sizeof buf, "%.6g", c.number);
+  if (c.number == std::trunc(c.number) && std::fabs(c.number) < 1e15)  // IDs and response ids in full
+    std::snprintf(buf, sizeof buf, "%.0f", c.number);
+  else
+    std::snprintf(buf, sizeof buf, "%.6g", c.number);
   return buf;
 }
 
