@@ -58,7 +58,7 @@
 #include "cycle/OutputRequest.h"
 #include "cycle/TheKernel.h"
 #include "kernelwriter/KernelWriter.h"
-#include "model/Blas.h"
+#include "base/Blas.h"
 
 namespace {
 

@@ -34,7 +34,7 @@ struct ScratchFile {
 const std::vector<std::int32_t>& vocabulary() {
   static const std::vector<std::int32_t> codes = [] {
     std::vector<std::int32_t> all;
-    const Zarn::TimeKernelKeySet& keys = Zarn::theKernel.keySet;
+    const Zarn::TimeKernelKeySet& keys = Zarn::theRequest.keySet;
     for (const auto& key : keys.nodeKeys)
       for (const auto& entry : key->componentIndex) all.push_back(entry.key);
     for (const auto* map : {&keys.forceKeys, &keys.stressKeys, &keys.deformKeys})

@@ -2,15 +2,16 @@
 
 #include <string>
 
+#include "base/Failure.h"
 #include "cycle/TheKernel.h"
-#include "model/Failure.h"
 
 namespace Zarn {
 
 void listElementIds(const char* path, std::int32_t* ids, std::int32_t* count) {
-  TK_CHECK(path != nullptr && count != nullptr);
+  if (path == nullptr) failBecause("path is NULL");
+  if (count == nullptr) failBecause("count is NULL");
   const std::int32_t capacity = *count;
-  TK_CHECK(capacity <= 0 || ids != nullptr);
+  if (capacity > 0 && ids == nullptr) failBecause("ids is NULL but the capacity is " + std::to_string(capacity));
   const std::string name(path);
   theKernel.fileName = name;
   theKernel.openKernelFile();

@@ -6,12 +6,12 @@
 // touched. (A file whose analysis has no loads holds section 4 with 0 rows.)
 #include "evaluate/ElementFlows.h"
 
+#include "base/ClearOnExit.h"
+#include "base/Failure.h"
+#include "evaluate/ElementReader.h"
 #include "evaluate/Flags.h"
+#include "evaluate/KeyedRecovery.h"
 #include "kernelfile/Sections.h"
-#include "model/ClearOnExit.h"
-#include "model/ElementReader.h"
-#include "model/ElementRecovery.h"
-#include "model/Failure.h"
 #include "model/TimeKernelElement.h"
 
 namespace Zarn {
@@ -33,12 +33,12 @@ void readLoadFactors(ReadTimeKernel& kernel, Matrix& loadFactors) {
 
 // Reads the element record at `offset` into its prototype; empty for an unknown type code. A failure inside the
 // record read clears every prototype before it passes on, so that no partial record outlives the call.
-counted_ptr<TimeKernelElement> readElementAt(ReadTimeKernel& kernel, std::int64_t offset) {
-  kernel.seek(offset);
+counted_ptr<TimeKernelElement> readElementAt(Request& request, std::int64_t offset) {
+  request.kernel.seek(offset);
   try {
-    return readElementRecord(kernel);
+    return readElementRecord(request);
   } catch (...) {
-    for (auto& prototype : kernel.elementPrototypes) {
+    for (auto& prototype : request.elementPrototypes) {
       if (prototype.second) prototype.second->clear();
     }
     throw;
@@ -65,12 +65,12 @@ Matrix columnOf(Vector& v) {
 // IDs the file lacks and unknown type codes are passed over, their blocks staying zero. The prototype is cleared
 // after each visit, also when a failure unwinds through it.
 template <class Visit>
-void forEachRequestedElement(ReadTimeKernel& kernel, std::int32_t columns, Visit visit) {
-  const auto ids = static_cast<std::int32_t>(kernel.requestedOffsets.size());
+void forEachRequestedElement(Request& request, std::int32_t columns, Visit visit) {
+  const auto ids = static_cast<std::int32_t>(request.requestedOffsets.size());
   for (std::int32_t i = 0; i < ids && i < columns; ++i) {
-    const std::int64_t offset = kernel.requestedOffsets[static_cast<std::size_t>(i)];
+    const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
     if (offset < 0) continue;
-    counted_ptr<TimeKernelElement> element = readElementAt(kernel, offset);
+    counted_ptr<TimeKernelElement> element = readElementAt(request, offset);
     if (!element) continue;
     ClearOnExit<TimeKernelElement> clearElement(*element);
     visit(i, *element);
@@ -79,22 +79,22 @@ void forEachRequestedElement(ReadTimeKernel& kernel, std::int32_t columns, Visit
 
 }  // namespace
 
-void evaluateElementHistory(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_t keyCount,
-                            Matrix& result) {
+void evaluateElementHistory(Request& request, std::int32_t flagWord, std::int32_t keyCount, Matrix& result) {
+  ReadTimeKernel& kernel = request.kernel;
   const std::int64_t blockRows = static_cast<std::int64_t>(keyCount) * kernel.stepCount;
   TK_CHECK(keyCount >= 0 && blockRows <= result.rows);  // each block must fit in its column of the result
   Matrix loadFactors;
   if (!flags::has(flagWord, flags::kSingleMode)) readLoadFactors(kernel, loadFactors);
 
-  forEachRequestedElement(kernel, result.cols, [&](std::int32_t i, TimeKernelElement& element) {
+  forEachRequestedElement(request, result.cols, [&](std::int32_t i, TimeKernelElement& element) {
     Matrix block = Matrix::view(keyCount, kernel.stepCount,
                                 result.data + static_cast<std::int64_t>(i) * result.stride, keyCount);
-    recoverElement(element, flagWord, loadFactors, block);
+    recoverElement(request, element, flagWord, loadFactors, block);
   });
 }
 
-void evaluateElementStep(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_t stepIndex,
-                         Matrix& result) {
+void evaluateElementStep(Request& request, std::int32_t flagWord, std::int32_t stepIndex, Matrix& result) {
+  ReadTimeKernel& kernel = request.kernel;
   Vector loadFactors;
   if (!flags::has(flagWord, flags::kSingleMode))
     kernel.readSectionColumn(kLoadFactors, stepIndex, loadFactors, nullptr);
@@ -105,7 +105,7 @@ void evaluateElementStep(ReadTimeKernel& kernel, std::int32_t flagWord, std::int
   const Matrix loads = columnOf(loadFactors);
 
   Vector d, v;
-  forEachRequestedElement(kernel, result.cols, [&](std::int32_t i, TimeKernelElement& element) {
+  forEachRequestedElement(request, result.cols, [&](std::int32_t i, TimeKernelElement& element) {
     if (element.dofRows.size == 0) return;
     gather(displacement, element.dofRows, d);
     if (!velocity.empty()) gather(velocity, element.dofRows, v);
@@ -113,9 +113,9 @@ void evaluateElementStep(ReadTimeKernel& kernel, std::int32_t flagWord, std::int
     const Matrix velocities = velocity.empty() ? Matrix() : columnOf(v);
     Matrix block =
         Matrix::view(result.rows, 1, result.data + static_cast<std::int64_t>(i) * result.stride, result.rows);
-    recoverForce(element, kernel.keySet, flagWord, displacements, velocities, loads, block);
-    recoverStress(element, kernel.keySet, flagWord, displacements, loads, block);
-    recoverDeform(element, kernel.keySet, displacements, block);
+    recoverForce(element, request.keySet, flagWord, displacements, velocities, loads, block);
+    recoverStress(element, request.keySet, flagWord, displacements, loads, block);
+    recoverDeform(element, request.keySet, displacements, block);
   });
 }
 

@@ -8,22 +8,22 @@
 //   stress(t) = S (u(t) - u0) + s0          - sum_i M(:, i) a_i(t)
 //
 // rotated under flag 2 by the element class's own rotation, then each selected position written to its row.
-// The flows walk `kernel.requestedOffsets` (filled by selectElements); an ID not in the file, or a record of an
+// The flows walk `request.requestedOffsets` (filled by selectElements); an ID not in the file, or a record of an
 // unknown type code, keeps its block at zero.
 #pragma once
 
 #include <cstdint>
 
-#include "kernelfile/ReadTimeKernel.h"
-#include "model/Records.h"
+#include "base/DenseRecords.h"
+#include "evaluate/Request.h"
 
 namespace Zarn {
 
 // All steps: the block of ID i is viewed as keyCount rows by stepCount columns, leading dimension keyCount.
-void evaluateElementHistory(ReadTimeKernel& kernel, std::int32_t flags, std::int32_t keyCount, Matrix& result);
+void evaluateElementHistory(Request& request, std::int32_t flags, std::int32_t keyCount, Matrix& result);
 
 // One step (0-based): column i of `result` is the block of ID i. Fails when the displacement at the step is
 // empty.
-void evaluateElementStep(ReadTimeKernel& kernel, std::int32_t flags, std::int32_t stepIndex, Matrix& result);
+void evaluateElementStep(Request& request, std::int32_t flags, std::int32_t stepIndex, Matrix& result);
 
 }  // namespace Zarn

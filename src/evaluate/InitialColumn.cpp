@@ -1,8 +1,8 @@
 #include "evaluate/InitialColumn.h"
 
-#include "kernelfile/Checked.h"
+#include "base/Checked.h"
 #include "kernelfile/Sections.h"
-#include "model/Failure.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "evaluate/Flags.h"
-#include "model/Failure.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 

@@ -4,9 +4,9 @@
 
 #include <cstdint>
 
-#include "keys/IdMap.h"
+#include "base/IdMap.h"
 #include "keys/KeyInfo.h"
-#include "model/Records.h"
+#include "base/DenseRecords.h"
 #include "model/TimeKernelNode.h"
 
 namespace Zarn {

@@ -20,11 +20,12 @@
 #include "evaluate/InitialColumn.h"
 #include "evaluate/NodalAssembly.h"
 #include "evaluate/NodalFlows.h"
-#include "kernelfile/Bytes.h"
-#include "kernelfile/Checked.h"
+#include "base/Bytes.h"
+#include "base/Checked.h"
+#include "evaluate/ElementReader.h"
 #include "kernelfile/Sections.h"
-#include "model/ClearOnExit.h"
-#include "model/Failure.h"
+#include "base/ClearOnExit.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 
@@ -222,9 +223,10 @@ void zeroUnfilled(const std::vector<std::int32_t>& filled, Matrix& block) {
   }
 }
 
-void assembleNodeHistory(ReadTimeKernel& kernel, const TimeKernelNode& node, const HistoryInputs& in,
+void assembleNodeHistory(Request& request, const TimeKernelNode& node, const HistoryInputs& in,
                          IdMap& componentMap, Matrix& work, std::vector<Lane>& lanes,
                          std::vector<std::int32_t>& filled, Matrix& block) {
+  ReadTimeKernel& kernel = request.kernel;
   buildComponentMap(node, componentMap);
   const bool direct = kernel.selectedMode < 0 && in.baseMotion.empty() &&
                       !(flags::has(in.flags, flags::kRotate) && node.transform.present());
@@ -234,7 +236,7 @@ void assembleNodeHistory(ReadTimeKernel& kernel, const TimeKernelNode& node, con
     block.setZero();
   }
   for (std::int32_t quantity = 0; quantity < 3; ++quantity) {
-    const counted_ptr<TimeKernelKeyInfo>& key = kernel.keySet.nodeKeys[quantity];
+    const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[quantity];
     if (!key || key->selection.empty()) continue;
     if (direct) {
       copyHistoryDirect(kernel, quantity, node, *key, componentMap, in.initial[quantity], lanes, filled, block);
@@ -247,24 +249,25 @@ void assembleNodeHistory(ReadTimeKernel& kernel, const TimeKernelNode& node, con
 
 }  // namespace
 
-void evaluateNodalHistory(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_t keyCount, Matrix& result) {
+void evaluateNodalHistory(Request& request, std::int32_t flagWord, std::int32_t keyCount, Matrix& result) {
+  ReadTimeKernel& kernel = request.kernel;
   Matrix baseMotion;
   if (flags::wantsBaseMotion(flagWord)) readHistoryBaseMotion(kernel, baseMotion);
   InitialColumn initial[3];
   for (std::int32_t quantity = 0; quantity < 3; ++quantity) initial[quantity].open(kernel, quantity, !baseMotion.empty());
-  TK_CHECK(static_cast<bool>(kernel.nodePrototype));
-  TimeKernelNode& node = *kernel.nodePrototype;
+  TK_CHECK(static_cast<bool>(request.nodePrototype));
+  TimeKernelNode& node = *request.nodePrototype;
   const HistoryInputs in{flagWord, baseMotion, initial};
   IdMap componentMap;
   Matrix work;
   std::vector<Lane> lanes;
   std::vector<std::int32_t> filled(static_cast<std::size_t>(std::max(keyCount, 0)));
   const std::int64_t blockSize = static_cast<std::int64_t>(keyCount) * kernel.stepCount;
-  const auto ids = static_cast<std::int32_t>(kernel.requestedOffsets.size());
+  const auto ids = static_cast<std::int32_t>(request.requestedOffsets.size());
   for (std::int32_t i = 0; i < result.cols; ++i) {
     double* column = result.data + static_cast<std::int64_t>(i) * result.stride;
     std::fill(column + blockSize, column + result.rows, 0.0);  // the block's tail: no value lands there
-    const std::int64_t offset = i < ids ? kernel.requestedOffsets[static_cast<std::size_t>(i)] : -1;
+    const std::int64_t offset = i < ids ? request.requestedOffsets[static_cast<std::size_t>(i)] : -1;
     if (offset < 0) {
       std::fill(column, column + blockSize, 0.0);  // an ID the file lacks keeps a zero block
       continue;
@@ -272,8 +275,8 @@ void evaluateNodalHistory(ReadTimeKernel& kernel, std::int32_t flagWord, std::in
     kernel.seek(offset);
     Matrix block = Matrix::view(keyCount, kernel.stepCount, column, keyCount);
     ClearOnExit<TimeKernelNode> clearNode(node);
-    node.read();
-    assembleNodeHistory(kernel, node, in, componentMap, work, lanes, filled, block);
+    readNode(kernel, node);
+    assembleNodeHistory(request, node, in, componentMap, work, lanes, filled, block);
   }
 }
 

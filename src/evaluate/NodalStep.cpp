@@ -7,10 +7,11 @@
 #include "evaluate/Flags.h"
 #include "evaluate/NodalAssembly.h"
 #include "evaluate/NodalFlows.h"
-#include "kernelfile/Checked.h"
+#include "base/Checked.h"
+#include "evaluate/ElementReader.h"
 #include "kernelfile/Sections.h"
-#include "model/ClearOnExit.h"
-#include "model/Failure.h"
+#include "base/ClearOnExit.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 
@@ -34,11 +35,11 @@ void gather(const Vector& quantity, const IntArray& rows, Vector& gathered) {
   }
 }
 
-void assembleNodeStep(ReadTimeKernel& kernel, const TimeKernelNode& node, const StepInputs& in, Vector* gathered,
+void assembleNodeStep(Request& request, const TimeKernelNode& node, const StepInputs& in, Vector* gathered,
                       IdMap& componentMap, Matrix& block) {
   buildComponentMap(node, componentMap);
   for (std::int32_t quantity = 0; quantity < 3; ++quantity) {
-    const counted_ptr<TimeKernelKeyInfo>& key = kernel.keySet.nodeKeys[quantity];
+    const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[quantity];
     if (!key || key->selection.empty()) continue;
     // A quantity that the file does not hold at this step leaves its keys at zero; nothing is added to it.
     if (in.state[quantity].empty()) continue;
@@ -69,7 +70,8 @@ void readQuantityAtStep(ReadTimeKernel& kernel, std::int32_t quantity, std::int3
 
 }  // namespace
 
-void evaluateNodalStep(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_t stepIndex, Matrix& result) {
+void evaluateNodalStep(Request& request, std::int32_t flagWord, std::int32_t stepIndex, Matrix& result) {
+  ReadTimeKernel& kernel = request.kernel;
   Vector baseMotion;
   if (flags::wantsBaseMotion(flagWord)) {
     kernel.readSectionColumn(kBaseMotionHistory, stepIndex, baseMotion, nullptr);
@@ -90,26 +92,26 @@ void evaluateNodalStep(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32
     for (std::int32_t i = 0; i < x.size; ++i) *x.at(i) -= *x0.at(i);
   }
 
-  TK_CHECK(static_cast<bool>(kernel.nodePrototype));
-  TimeKernelNode& node = *kernel.nodePrototype;
+  TK_CHECK(static_cast<bool>(request.nodePrototype));
+  TimeKernelNode& node = *request.nodePrototype;
   const StepInputs in{flagWord, baseMotion, state};
   Vector gathered[3];
   IdMap componentMap;
-  const auto ids = static_cast<std::int32_t>(kernel.requestedOffsets.size());
+  const auto ids = static_cast<std::int32_t>(request.requestedOffsets.size());
   for (std::int32_t i = 0; i < ids && i < result.cols; ++i) {
-    const std::int64_t offset = kernel.requestedOffsets[static_cast<std::size_t>(i)];
+    const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
     if (offset < 0) continue;
     kernel.seek(offset);
     ClearOnExit<TimeKernelNode> clearNode(node);
-    node.read();
+    readNode(kernel, node);
     if (node.dofRows.size == 0) continue;
     Matrix block = Matrix::view(result.rows, 1, result.data + static_cast<std::int64_t>(i) * result.stride,
                                 result.rows);
-    assembleNodeStep(kernel, node, in, gathered, componentMap, block);
+    assembleNodeStep(request, node, in, gathered, componentMap, block);
   }
 }
 
-void evaluateEnvelope(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_t keyCount, std::int32_t idCount,
+void evaluateEnvelope(Request& request, std::int32_t flagWord, std::int32_t keyCount, std::int32_t idCount,
                       Matrix& result) {
   std::int64_t n = 0, order = 0;
   TK_CHECK(checkedMul(keyCount, idCount, &n) && n <= INT32_MAX && checkedMul(n, n, &order));
@@ -118,7 +120,7 @@ void evaluateEnvelope(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_
   work.resize(static_cast<std::int32_t>(n));
   work.setZero();
   Matrix items = Matrix::view(keyCount, idCount, work.data, keyCount);
-  evaluateNodalStep(kernel, flagWord, 0, items);
+  evaluateNodalStep(request, flagWord, 0, items);
 
   double* maximum = result.data;
   double* minimum = result.data + order;
@@ -126,9 +128,9 @@ void evaluateEnvelope(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_
     std::copy(work.data, work.data + n, maximum + column * n);
     std::copy(work.data, work.data + n, minimum + column * n);
   }
-  for (std::int32_t step = 1; step < kernel.stepCount; ++step) {
+  for (std::int32_t step = 1; step < request.kernel.stepCount; ++step) {
     work.setZero();
-    evaluateNodalStep(kernel, flagWord, step, items);
+    evaluateNodalStep(request, flagWord, step, items);
     for (std::int64_t i = 0; i < n; ++i) {
       const double v = work.data[i];
       double& high = maximum[i * n + i];

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "kernelfile/Checked.h"
+#include "base/Allocation.h"
+#include "base/Checked.h"
 
 namespace Zarn {
 
@@ -47,6 +48,24 @@ void FileMapping::open(const std::string& name, std::int64_t requestedSize) {
   if (mappingSize_ != 0) createMapping(mappingSize_);
 }
 
+void FileMapping::attachReadOnly(platform::FileHandle file, std::int64_t size, const std::string& name) {
+  close();
+  fileName_ = name;
+  file_ = file;
+  borrowed_ = true;
+  readOnly_ = true;
+  fileSize_ = size < 0 ? 0 : size;
+  openSize_ = fileSize_;
+  mappingSize_ = fileSize_;
+  mappingOpen_ = true;
+}
+
+void FileMapping::rearm() {
+  if (!readOnly_) return;
+  dropped_ = false;
+  mappingSize_ = std::max(mappingSize_, openSize_);
+}
+
 // Creates the mapping of `size` bytes. As with a system mapping object that is larger than its file, the file is
 // lengthened to `size`. A lengthening beyond the free space of the file system, or by more than kMaximumGrowth
 // since the open, is refused, and so is a negative size: the mapping then does not exist and every read of this
@@ -68,7 +87,9 @@ void FileMapping::createMapping(std::int64_t size) {
 void FileMapping::closeMapping() { mappingOpen_ = false; }
 
 void FileMapping::unmapView() {
-  if (view_ != nullptr && !borrowed_) platform::calls().unmapView(view_, viewSize_);
+  // In read-only mode the views are this object's own, though the file is not; a padded copy is no mapping.
+  if (view_ != nullptr && (!borrowed_ || readOnly_) && !paddedView_) platform::calls().unmapView(view_, viewSize_);
+  paddedView_ = false;
   view_ = nullptr;
   viewOffset_ = 0;
   viewSize_ = 0;
@@ -80,6 +101,10 @@ void FileMapping::close() {
   if (file_.isOpen && !borrowed_) platform::calls().closeFile(file_);
   file_ = platform::FileHandle{};
   borrowed_ = false;
+  readOnly_ = false;
+  dropped_ = false;
+  padded_.clear();
+  padded_.shrink_to_fit();
   position_ = 0;
   fileSize_ = 0;
   viewOffset_ = 0;
@@ -128,6 +153,10 @@ void FileMapping::ensureView(std::int64_t n) {
     unmapView();
     return;
   }
+  if (readOnly_) {
+    ensureReadOnlyView(n, end);
+    return;
+  }
   growMapping(n);
   if (!mappingOpen_) {
     view_ = nullptr;
@@ -141,6 +170,56 @@ void FileMapping::ensureView(std::int64_t n) {
   size += r;
   viewSize_ = size;
   view_ = static_cast<unsigned char*>(platform::calls().mapView(file_, viewOffset_, viewSize_));
+}
+
+// Read-only mode. The file's own bytes come from read-only views that end at the end of the file; a read that
+// passes the end is served from a padded copy. mappingSize_ plays the part of the lengthened file: a read up to it
+// reads zeros past the end, one beyond the bound is refused and drops every later read, as in read-write mode.
+void FileMapping::ensureReadOnlyView(std::int64_t n, std::int64_t end) {
+  if (!dropped_ && end > mappingSize_) {
+    if (end - openSize_ > kMaximumGrowth) {
+      dropped_ = true;
+    } else {
+      mappingSize_ = end;
+    }
+  }
+  if (dropped_) {
+    unmapView();
+    return;
+  }
+  if (viewCovers(position_, n)) return;
+  if (end > openSize_) {
+    copyPastTheEnd(n);
+    return;
+  }
+  unmapView();
+  std::int64_t size = std::min(std::max(n, windowSize), openSize_ - position_);
+  const std::int64_t r = position_ % kViewGranularity;
+  viewOffset_ = position_ - r;
+  size += r;
+  viewSize_ = size;
+  view_ = static_cast<unsigned char*>(platform::calls().mapViewReadOnly(file_, viewOffset_, viewSize_));
+}
+
+// The n bytes from the position, of which those past the end of the file are zeros, into padded_. The copy is an
+// array sized by the file, so it is held to the allocation limit; with no view of the file's part, or beyond the
+// limit, the read is dropped.
+void FileMapping::copyPastTheEnd(std::int64_t n) {
+  unmapView();
+  if (n > allocationLimit || n < 0) return;
+  padded_.assign(static_cast<std::size_t>(n), 0);
+  const std::int64_t inFile = std::max<std::int64_t>(0, std::min(n, openSize_ - position_));
+  if (inFile > 0) {
+    const std::int64_t r = position_ % kViewGranularity;
+    void* part = platform::calls().mapViewReadOnly(file_, position_ - r, inFile + r);
+    if (part == nullptr) return;
+    std::memcpy(padded_.data(), static_cast<unsigned char*>(part) + r, static_cast<std::size_t>(inFile));
+    platform::calls().unmapView(part, inFile + r);
+  }
+  view_ = padded_.data();
+  paddedView_ = true;
+  viewOffset_ = position_;
+  viewSize_ = n;
 }
 
 const unsigned char* FileMapping::take(std::int64_t n) {

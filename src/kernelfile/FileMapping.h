@@ -10,10 +10,17 @@
 // call failed, the position is negative, the size would overflow, or the disk has no room for the lengthening) is
 // silently dropped: nothing is copied, the position does not move, the destination keeps what it held. A file is
 // never lengthened beyond the free space of its file system, nor by more than kMaximumGrowth in one open.
+//
+// Read-only mode (attachReadOnly, for handles). The file is read through read-only views that never cover a byte
+// past the end of the file as it was at open, so a short file can never fault. A read that passes the end reads
+// zeros there, as the read-write mapping would after lengthening the file, but nothing touches the file: the
+// read is served from a zero-padded copy. The same bound holds: a read ending more than kMaximumGrowth past the
+// end drops that read and every later one until `close` or `rearm`, as a refused lengthening does.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "kernelfile/platform.h"
 
@@ -41,8 +48,14 @@ class FileMapping {
   // `requestedSize` if non-zero, else the file's size, else `windowSize` (which lengthens an empty file).
   // There is no result: success shows as `isOpen()`. A failed open leaves the object closed.
   void open(const std::string& name, std::int64_t requestedSize);
+  // Reads `file` (opened for reading by somebody else, `size` bytes long at open) in read-only mode, without
+  // owning it: close() forgets the file instead of closing it.
+  void attachReadOnly(platform::FileHandle file, std::int64_t size, const std::string& name);
+  // In read-only mode: makes reads possible again after a read past the bound dropped them (a new query).
+  void rearm();
   virtual void close();
   bool isOpen() const { return file_.isOpen; }
+  bool isReadOnly() const { return readOnly_; }
 
   // Moves the logical position. whence 0: to `offset`; 1: by `offset`; any other value: to fileSize - offset.
   // Raises `fileSize` to the new position when it passes it. Maps nothing and touches no file. Returns 0, or
@@ -83,11 +96,16 @@ class FileMapping {
   void closeMapping();
   void unmapView();
   bool viewCovers(std::int64_t offset, std::int64_t n) const;
+  void ensureReadOnlyView(std::int64_t n, std::int64_t end);
+  void copyPastTheEnd(std::int64_t n);
 
   unsigned char* view_ = nullptr;  // start of the mapped view; null when none is mapped
   platform::FileHandle file_;      // the open file
   bool mappingOpen_ = false;       // a mapping of mappingSize_ bytes exists (the file is at least that long)
-  bool borrowed_ = false;          // the file and view belong to another FileMapping (see borrowFrom)
+  bool borrowed_ = false;          // the file (and in borrowFrom the view) belongs to somebody else
+  bool readOnly_ = false;          // read-only mode: views never pass the end, the file never grows
+  bool paddedView_ = false;        // view_ is padded_ (read-only mode, a read past the end), not a mapping
+  bool dropped_ = false;           // read-only mode: a read passed the bound; every read is dropped until rearm
   std::int64_t position_ = 0;      // logical read position, a byte offset from the start of the file
   std::int64_t fileSize_ = 0;      // the file's size at open; afterwards a high-water mark raised by seek
   std::int64_t viewOffset_ = 0;    // file offset of the byte at view_ (a multiple of kViewGranularity)
@@ -95,6 +113,7 @@ class FileMapping {
   std::int64_t mappingSize_ = 0;   // size of the mapping
   std::int64_t openSize_ = 0;      // the file's size when it was opened; growth is measured from it
   std::string fileName_;           // path of the file
+  std::vector<unsigned char> padded_;  // read-only mode: the bytes of a read past the end, zeros beyond it
 };
 
 // The process-wide memory budget in bytes. Zero at load; nothing in the library sets it. When it is 1 or more,

@@ -1,14 +1,16 @@
 #include "kernelfile/ReadTimeKernel.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <string>
 
-#include "kernelfile/Bytes.h"
+#include "base/Allocation.h"
+#include "base/Bytes.h"
+#include "base/Checked.h"
+#include "base/Failure.h"
+#include "base/IdMap.h"
 #include "kernelfile/Sections.h"
-#include "model/Allocation.h"
-#include "model/Failure.h"
-#include "model/TimeKernelElement.h"
-#include "model/TimeKernelNode.h"
 
 namespace Zarn {
 
@@ -28,32 +30,18 @@ constexpr std::int64_t kFileSizeMultiple = 4;
 ReadTimeKernel::ReadTimeKernel() {
   ReadTimeKernel::close();
   endCycle();
-  makePrototypes();
 }
 
-ReadTimeKernel::~ReadTimeKernel() {
-  ReadTimeKernel::close();
-  freeRequiredRows();
-}
+ReadTimeKernel::~ReadTimeKernel() { ReadTimeKernel::close(); }
 
 counted_ptr<Base> ReadTimeKernel::clone(bool deep) const {
   counted_ptr<ReadTimeKernel> copy = makeCounted<ReadTimeKernel>();
   if (!copy || !deep) return copy;
   copyTimeKernelFields(*copy);
-  copy->requestedOffsets = requestedOffsets;
-  copy->elementPrototypes = elementPrototypes;
-  copy->nodePrototype = nodePrototype;
-  copy->keySet.forceKeys = keySet.forceKeys;
-  copy->keySet.stressKeys = keySet.stressKeys;
-  copy->keySet.deformKeys = keySet.deformKeys;
   copy->stepCount = stepCount;
   copy->dofCount = dofCount;
   copy->selectedMode = selectedMode;
-  if (requiredRowCount > 0) {
-    copy->requiredRows = allocateArray<std::int32_t>(requiredRowCount);
-    std::memcpy(copy->requiredRows, requiredRows, sizeof(std::int32_t) * static_cast<std::size_t>(requiredRowCount));
-    copy->requiredRowCount = requiredRowCount;
-  }
+  copy->allocationBound = allocationBound;
   if (mapping.isOpen()) copy->mapping.borrowFrom(mapping);
   return copy;
 }
@@ -73,17 +61,29 @@ void ReadTimeKernel::openKernelFile() {
   mapping.open(fileName, 0);
   if (!mapping.isOpen()) {
     mapping.close();
-    fail();
+    failBecause("cannot open the kernel file \"" + fileName + "\"");
   }
+  readKernelHeader();
+}
+
+void ReadTimeKernel::openReadOnly(platform::FileHandle file, std::int64_t size) {
+  mapping.attachReadOnly(file, size, fileName);
+  readKernelHeader();
+}
+
+void ReadTimeKernel::readKernelHeader() {
   const std::int64_t available = availableMemory();
   mapping.windowSize = windowSizeFor(available);
   const std::int64_t fileBound =
       mapping.fileSize() > INT64_MAX / kFileSizeMultiple ? INT64_MAX : mapping.fileSize() * kFileSizeMultiple;
-  allocationLimit = std::max(kMinimumAllocationLimit, std::min(available, fileBound));
+  allocationBound = std::max(kMinimumAllocationLimit, std::min(available, fileBound));
+  // A read-write open is a designed call's cycle: the bound is in force until endCycle. A read-only kernel
+  // belongs to a handle, whose queries put it in force on their own threads.
+  if (!mapping.isReadOnly()) allocationLimit = allocationBound;
 
   std::int32_t format = 0;
   readI32(format);
-  TK_CHECK(format == kFormatNumber);
+  if (format != kFormatNumber) failBecause("not a kernel file: format number " + std::to_string(format));
   unsigned char table[8 * kSectionCount];
   std::memset(table, 0, sizeof table);
   mapping.read(table, sizeof table);
@@ -94,9 +94,11 @@ void ReadTimeKernel::openKernelFile() {
   // that the wrap is defined behaviour.
   const std::int32_t product =
       static_cast<std::int32_t>(static_cast<std::uint32_t>(stepCount) * static_cast<std::uint32_t>(dofCount));
-  TK_CHECK(product >= 1);
   // A positive 32-bit product of two negative counts is no shape; refuse it as well.
-  TK_CHECK(stepCount > 0 && dofCount > 0);
+  if (product < 1 || stepCount <= 0 || dofCount <= 0) {
+    failBecause("section 21 gives no shape: " + std::to_string(stepCount) + " steps by " + std::to_string(dofCount) +
+                " degrees of freedom");
+  }
 }
 
 void ReadTimeKernel::readSectionHeader(std::int32_t section, std::int32_t& first, std::int32_t& second) {
@@ -104,14 +106,17 @@ void ReadTimeKernel::readSectionHeader(std::int32_t section, std::int32_t& first
   second = 0;
   TK_CHECK(section >= 0 && section < kSectionCount);
   const std::int64_t p = sectionPositions[section];
-  TK_CHECK(p >= 0);
+  if (p < 0) failBecause("section " + std::to_string(section) + " is absent");
   seek(p);
   unsigned char header[kSectionHeaderSize];
   std::memset(header, 0, sizeof header);  // no view: the three fields read as zero
   mapping.read(header, sizeof header);
   first = Zarn::readI32(header + 4);
   second = Zarn::readI32(header + 8);
-  TK_CHECK(Zarn::readI32(header) == section);
+  if (Zarn::readI32(header) != section) {
+    failBecause("section " + std::to_string(section) + " is mislabelled: its header says " +
+                std::to_string(Zarn::readI32(header)));
+  }
 }
 
 std::int32_t ReadTimeKernel::readElementIds(std::int32_t* ids, std::int32_t capacity) {
@@ -120,6 +125,26 @@ std::int32_t ReadTimeKernel::readElementIds(std::int32_t* ids, std::int32_t capa
   TK_CHECK(total >= 0);
   const std::int32_t m = std::min(total, std::max(capacity, 0));
   if (m > 0) mapping.read(ids, static_cast<std::int64_t>(m) * 4);
+  return total;
+}
+
+std::int32_t ReadTimeKernel::readDirectory(std::int32_t section, std::int32_t* ids, std::int64_t* offsets,
+                                          std::int32_t capacity) {
+  std::int32_t total = 0, unused = 0;
+  readSectionHeader(section, total, unused);
+  TK_CHECK(total >= 0);
+  const std::int64_t idsAt = tell();
+  const std::int32_t m = std::min(total, std::max(capacity, 0));
+  if (m > 0 && ids != nullptr) mapping.read(ids, static_cast<std::int64_t>(m) * 4);
+  if (m > 0 && offsets != nullptr) {
+    std::int64_t offsetsAt = 0;
+    TK_CHECK(checkedMulAdd(total, 4, idsAt, &offsetsAt));
+    seek(offsetsAt);
+    for (std::int32_t i = 0; i < m; ++i) {
+      offsets[i] = -1;
+      readI64(offsets[i]);  // no view: stays -1
+    }
+  }
   return total;
 }
 
@@ -138,24 +163,79 @@ void ReadTimeKernel::readI64(std::int64_t& value) {
   if (mapping.read(bytes, 8)) value = Zarn::readI64(bytes);
 }
 
-void ReadTimeKernel::freeRequiredRows() {
-  releaseArray(requiredRows);
-  requiredRows = nullptr;
-  requiredRowCount = 0;
-}
-
 void ReadTimeKernel::endCycle() {
   close();
-  keySet.clearSelections();
-  // The flows clear each prototype after its record; a failure part-way through a record read must not leave
-  // one filled until the next call either.
-  if (nodePrototype) nodePrototype->clear();
-  for (auto& entry : elementPrototypes) entry.second->clear();
   selectedMode = -1;
-  requestedOffsets.clear();
-  requestedOffsets.shrink_to_fit();  // a call keeps nothing afterwards
-  freeRequiredRows();
   allocationLimit = INT64_MAX;
+}
+
+// The directory is scanned once against a map of the requested IDs, rather than hashed whole: the work is one
+// pass over the directory's IDs plus one lookup each in a map as small as the request, and memory follows the
+// request, not the model. The result is the same: each requested ID gets the record of its last occurrence in the
+// directory, or -1.
+//
+// Directory payload of sections 2 (nodes) and 3 (elements), after the 12-byte section header whose first count
+// is n (the second count is not used):
+//
+//   OFFSET  SIZE   FIELD
+//        0  4 n    n x signed 32-bit object IDs, in file order
+//      4 n  8 n    n x signed 64-bit absolute file offset of each object's record, in the same order
+void ReadTimeKernel::findRecords(std::int32_t section, const std::int32_t* ids, std::int32_t count,
+                                 std::int32_t stride, std::vector<std::int64_t>& offsets) {
+  offsets.clear();
+  std::int32_t n = 0, unused = 0;
+  readSectionHeader(section, n, unused);
+  TK_CHECK(n >= 0);
+  // The directory is read in place, not copied, but it is held to the bound of any array the file sizes: a count
+  // that claims more entries than the file could hold is corrupt, and must not map and lengthen gigabytes.
+  TK_CHECK(static_cast<std::int64_t>(n) * 12 <= allocationLimit);
+  const std::int64_t idsAt = tell();
+  std::int64_t offsetsAt = 0;
+  TK_CHECK(checkedMulAdd(n, 4, idsAt, &offsetsAt));
+
+  // Requested ID -> its first request position; later requests of the same ID are chained behind it.
+  const std::int32_t requests = std::max(count, 0);
+  auto requested = [&](std::int32_t k) { return ids[static_cast<std::ptrdiff_t>(k) * stride]; };
+  IdMap firstRequest;
+  std::vector<std::int32_t> nextRequest(static_cast<std::size_t>(requests), -1);
+  std::vector<std::int32_t> lastRequest(static_cast<std::size_t>(requests), -1);
+  for (std::int32_t k = 0; k < requests; ++k) {
+    const std::int32_t id = requested(k);
+    const IdMap::Entry* seen = firstRequest.find(id);
+    if (seen == nullptr) {
+      firstRequest[id] = k;
+      lastRequest[static_cast<std::size_t>(k)] = k;
+    } else {
+      const std::int32_t head = seen->value;
+      nextRequest[static_cast<std::size_t>(lastRequest[static_cast<std::size_t>(head)])] = k;
+      lastRequest[static_cast<std::size_t>(head)] = k;
+    }
+  }
+
+  // Directory index of each requested ID; a later occurrence in the directory overwrites an earlier one.
+  std::vector<std::int32_t> foundAt(static_cast<std::size_t>(requests), -1);
+  if (n > 0 && requests > 0) {
+    seek(idsAt);
+    const unsigned char* fileIds = mapping.take(static_cast<std::int64_t>(n) * 4);
+    for (std::int32_t i = 0; fileIds != nullptr && i < n; ++i) {
+      const IdMap::Entry* found = firstRequest.find(Zarn::readI32(fileIds + 4 * static_cast<std::int64_t>(i)));
+      if (found == nullptr) continue;
+      for (std::int32_t k = found->value; k >= 0; k = nextRequest[static_cast<std::size_t>(k)]) {
+        foundAt[static_cast<std::size_t>(k)] = i;
+      }
+    }
+  }
+  offsets.reserve(static_cast<std::size_t>(requests));
+  for (std::int32_t k = 0; k < requests; ++k) {
+    const std::int32_t i = foundAt[static_cast<std::size_t>(k)];
+    std::int64_t offset = -1;
+    std::int64_t at = 0;
+    if (i >= 0 && checkedMulAdd(i, 8, offsetsAt, &at)) {
+      seek(at);
+      readI64(offset);  // no view: stays -1, the ID is passed over
+    }
+    offsets.push_back(offset);
+  }
 }
 
 }  // namespace Zarn

@@ -1,26 +1,24 @@
-// ReadTimeKernel: the read side of a kernel file, and the working state of one exported call.
+// ReadTimeKernel: the read side of a kernel file: the open file, its header and the reads of its sections and
+// directories. It knows no keys, requests or prototypes (those belong to src/evaluate's Request).
 //
-// The process has one of these, `theKernel` (src/cycle). Each exported call is one cycle on it: store the path,
-// `openKernelFile`, read what the call needs, `endCycle`. Between calls it is closed: every section position is
-// -1, `selectedMode` is -1, no request lists or rows are held. All reads go through `mapping`, field by field, in
-// the calling order of FileMapping: a read for which no view can be made leaves its destination as it was.
+// The process has one of these, `theKernel` (src/cycle), on which every designed export runs its cycle: store the
+// path, `openKernelFile`, read what the call needs, `endCycle`. Between calls it is closed: every section position
+// is -1 and `selectedMode` is -1. Each handle holds kernels of its own, opened read-only on the handle's file
+// (`openReadOnly`). All reads go through `mapping`, field by field, in the calling order of FileMapping: a read
+// for which no view can be made leaves its destination as it was.
 //
 // Every failure is Zarn::fail() (the integer exception 1); only the exports catch it.
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <vector>
 
+#include "base/DenseRecords.h"
 #include "kernelfile/FileMapping.h"
 #include "kernelfile/TimeKernel.h"
-#include "keys/KeySet.h"
-#include "model/Records.h"
+#include "kernelfile/platform.h"
 
 namespace Zarn {
-
-class TimeKernelNode;
-class TimeKernelElement;
 
 class ReadTimeKernel : public TimeKernel {
  public:
@@ -29,8 +27,7 @@ class ReadTimeKernel : public TimeKernel {
   ReadTimeKernel(const ReadTimeKernel&) = delete;
   ReadTimeKernel& operator=(const ReadTimeKernel&) = delete;
 
-  // A new ReadTimeKernel. With `deep` it copies the name, the table, the request state and the counts, and
-  // shares the prototypes and keys. The clone of an open kernel sees the same file and view but never releases
+  // A new ReadTimeKernel. With `deep` it copies the name, the table, the counts and the selected mode. The clone of an open kernel sees the same file and view but never releases
   // them (its close only forgets them), so the source stays valid; it must not be used after the source closes.
   counted_ptr<Base> clone(bool deep) const override;
   const char* className() const override { return "ReadTimeKernel"; }
@@ -48,6 +45,14 @@ class ReadTimeKernel : public TimeKernel {
   // 32 bits) is below 1.
   void openKernelFile();
 
+  // The same checks on a file that somebody else has opened read-only (a handle): the mapping reads `file`
+  // without owning it and never lengthens it (FileMapping::attachReadOnly). `fileSize` is the file's size at open.
+  void openReadOnly(platform::FileHandle file, std::int64_t fileSize);
+
+  // The bound of one allocation while this kernel's file is being read (base/Allocation.h), fixed at open from
+  // the available memory and the file's size. A handle's query puts it in force on its own thread.
+  std::int64_t allocationBound = INT64_MAX;
+
   // Seeks to `section` and reads its header. Both outputs are set to 0 first, then to the two counts read (zero
   // when no view could be made). Fails when the section's position is negative or its stored number is not
   // `section` (the outputs are already set then). Leaves the position at the section's payload.
@@ -58,6 +63,11 @@ class ReadTimeKernel : public TimeKernel {
   // negative number of elements.
   std::int32_t readElementIds(std::int32_t* ids, std::int32_t capacity);
 
+  // Reads the directory `section` (2: nodes, 3: elements): the first min(total, capacity) IDs into `ids` and
+  // record positions into `offsets` (either may be null). Returns the total. A negative capacity counts as 0.
+  // Fails when the section is absent or mislabelled, or claims a negative number of entries.
+  std::int32_t readDirectory(std::int32_t section, std::int32_t* ids, std::int64_t* offsets, std::int32_t capacity);
+
   // Reads `count` doubles at the current position into `destination`. Nothing is read, and the destination keeps
   // what it held, when no view can be made. A negative count fails.
   void readDoubles(double* destination, std::int32_t count);
@@ -67,20 +77,11 @@ class ReadTimeKernel : public TimeKernel {
   // One 8-byte field at the current position, likewise.
   void readI64(std::int64_t& value);
 
-  // Builds the node prototype, then the element prototypes in the order Bush 580, RigidBar 584, Rod 582, Bar 583,
-  // WarpingBar 586, PlaneStress 642, PlaneStrain 643, Shell 645, Solid 768, Catenary 594, and sets their owner to
-  // this kernel. Called once by the constructor.
-  void makePrototypes();
-
-  // ---- Request selection (keys/Selection.cpp) ----
-  //
-  // Turn the caller's node (section 2) or element (section 3) IDs into `requestedOffsets`: one file position per
-  // requested ID, in request order, -1 for an ID the file lacks (a directory that repeats an ID resolves to its
-  // last occurrence). Then walk those records and keep the sorted, de-duplicated response-table rows they need in
-  // `requiredRows`. An empty set of rows fails the call: a request that reaches nothing is refused. An element of
-  // an unknown type code contributes nothing.
-  void selectNodes(const RequestList& ids);
-  void selectElements(const RequestList& ids);
+  // The record position of each of `count` IDs (ids[k * stride]) in the directory `section` (2: nodes, 3:
+  // elements), in the order asked, into `offsets`: -1 for an ID the directory lacks, the last occurrence for one
+  // it repeats. Fails when the section is absent or mislabelled, or claims a negative or impossible count.
+  void findRecords(std::int32_t section, const std::int32_t* ids, std::int32_t count, std::int32_t stride,
+                   std::vector<std::int64_t>& offsets);
 
   // ---- Section reads (SectionReads.cpp) ----
   //
@@ -117,27 +118,17 @@ class ReadTimeKernel : public TimeKernel {
   // 8/9/10 for one without.
   void readInitialState(Vector& displacement, Vector& velocity, Vector& acceleration, bool hasBaseMotion);
 
-  // The end of every cycle, on every path: close, clear the key selections, selectedMode -1, drop the request
-  // list and the required rows, and lift the per-call allocation limit.
+  // The end of every cycle, on every path: close, selectedMode -1, and lift the per-call allocation limit.
   void endCycle();
 
-  std::vector<std::int64_t> requestedOffsets;  // per requested ID, in request order: its record's position or -1
-  // One prototype element per type code, and the one prototype node. A record is read into its prototype, used
-  // and cleared again, so memory stays flat whatever the model's size. Built once, owned for the kernel's life.
-  std::map<std::int32_t, counted_ptr<TimeKernelElement>> elementPrototypes;
-  counted_ptr<TimeKernelNode> nodePrototype;
-  TimeKernelKeySet keySet;                     // the result keys; their selections live for one call
   std::int32_t stepCount = 0;                  // first count of section 21's header
   std::int32_t dofCount = 0;                   // second count of section 21's header
   std::int32_t selectedMode = -1;              // selected column, -1 when none
-  std::int32_t* requiredRows = nullptr;        // sorted response-table rows the call needs; owned
-  std::int32_t requiredRowCount = 0;           // entries in requiredRows
   FileMapping mapping;                         // the paged view of the file
 
  private:
-  void freeRequiredRows();
-  void fillRequestedOffsets(std::int32_t section, const RequestList& ids);
-  void storeRequiredRows(std::vector<std::int32_t>& rows);
+  // Checks the header and reads the section table of the file the mapping has open.
+  void readKernelHeader();
 };
 
 }  // namespace Zarn

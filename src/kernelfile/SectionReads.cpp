@@ -14,11 +14,11 @@
 //   24..26     steps      modes     18..20 transposed
 #include <algorithm>
 
-#include "kernelfile/Bytes.h"
-#include "kernelfile/Checked.h"
+#include "base/Bytes.h"
+#include "base/Checked.h"
 #include "kernelfile/ReadTimeKernel.h"
 #include "kernelfile/Sections.h"
-#include "model/Failure.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 

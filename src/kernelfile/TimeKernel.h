@@ -21,7 +21,7 @@
 #include <cstdio>
 #include <string>
 
-#include "model/Base.h"
+#include "base/Base.h"
 
 namespace Zarn {
 

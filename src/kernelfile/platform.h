@@ -1,7 +1,7 @@
 // The operating-system calls of the library, behind one small table.
 //
-// Everything the library asks of the system (open a file, its size, lengthen it, map and unmap a view, close,
-// memory figures, free disk space) goes through `platform::calls()`. One file per system fills the table
+// Everything the library asks of the system (open a file for reading and writing or for reading only, its size,
+// lengthen it, map and unmap a view, close, memory figures, free disk space) goes through `platform::calls()`. One file per system fills the table
 // (platform_posix.cpp, platform_win32.cpp); no other file includes a system header for these calls. Tests may
 // replace entries of the table to make "the mapping call fails" happen on demand, and restore the defaults with
 // `resetCalls()`.
@@ -37,6 +37,12 @@ struct Calls {
   bool (*availableMemory)(std::int64_t* bytes);
   // This process's memory use in bytes: the larger of its committed and its resident figures; or false.
   bool (*processMemoryUse)(std::int64_t* bytes);
+  // Opens an existing regular file for reading only (shared with other readers and writers). False when it cannot
+  // be opened; `*file` is then untouched.
+  bool (*openReadOnly)(const char* path, FileHandle* file);
+  // Maps `size` bytes of the file from `offset` (a multiple of 65,536) for reading only. The caller never asks
+  // for bytes past the end of the file. Null when it cannot.
+  void* (*mapViewReadOnly)(FileHandle file, std::int64_t offset, std::int64_t size);
 };
 
 // The table in force. Writable so tests can inject failures.

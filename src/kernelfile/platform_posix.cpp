@@ -1,4 +1,4 @@
-// The platform calls on POSIX systems (Linux and the like): open(2), fstat(2), ftruncate(2), fstatvfs(2),
+// The platform calls on POSIX systems (Linux and the like): open(2) (read-write or read-only), fstat(2), ftruncate(2), fstatvfs(2),
 // mmap(2), munmap(2), close(2), /proc/meminfo, /proc/self/statm and getrlimit(2).
 #if !defined(_WIN32)
 
@@ -21,10 +21,11 @@ namespace {
 
 int descriptorOf(FileHandle file) { return static_cast<int>(file.value); }
 
-bool openExisting(const char* path, FileHandle* file) {
+// Opens an existing regular file with `flags` (no O_CREAT: an existing file only).
+bool openRegularFile(const char* path, int flags, FileHandle* file) {
   int fd;
   do {
-    fd = ::open(path, O_RDWR | O_CLOEXEC);  // no O_CREAT: an existing file only
+    fd = ::open(path, flags | O_CLOEXEC);
   } while (fd < 0 && errno == EINTR);
   if (fd < 0) return false;
   struct stat st;
@@ -37,6 +38,10 @@ bool openExisting(const char* path, FileHandle* file) {
   file->isOpen = true;
   return true;
 }
+
+bool openExisting(const char* path, FileHandle* file) { return openRegularFile(path, O_RDWR, file); }
+
+bool openReadOnly(const char* path, FileHandle* file) { return openRegularFile(path, O_RDONLY, file); }
 
 bool fileSize(FileHandle file, std::int64_t* size) {
   struct stat st;
@@ -74,6 +79,13 @@ bool freeDiskSpace(FileHandle file, std::int64_t* bytes) {
 void* mapView(FileHandle file, std::int64_t offset, std::int64_t size) {
   if (size <= 0 || offset < 0) return nullptr;
   void* p = ::mmap(nullptr, static_cast<size_t>(size), PROT_READ | PROT_WRITE, MAP_SHARED, descriptorOf(file),
+                   static_cast<off_t>(offset));
+  return p == MAP_FAILED ? nullptr : p;
+}
+
+void* mapViewReadOnly(FileHandle file, std::int64_t offset, std::int64_t size) {
+  if (size <= 0 || offset < 0) return nullptr;
+  void* p = ::mmap(nullptr, static_cast<size_t>(size), PROT_READ, MAP_SHARED, descriptorOf(file),
                    static_cast<off_t>(offset));
   return p == MAP_FAILED ? nullptr : p;
 }
@@ -130,8 +142,9 @@ bool processMemoryUse(std::int64_t* bytes) {
   return true;
 }
 
-const Calls kSystemCalls = {openExisting, fileSize,  extendFile,      freeDiskSpace,   mapView,
-                            unmapView,    closeFile, availableMemory, processMemoryUse};
+const Calls kSystemCalls = {openExisting,    fileSize,         extendFile,   freeDiskSpace,
+                            mapView,         unmapView,        closeFile,    availableMemory,
+                            processMemoryUse, openReadOnly,    mapViewReadOnly};
 
 Calls gCalls = kSystemCalls;
 

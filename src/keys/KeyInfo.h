@@ -14,7 +14,7 @@
 
 #include <cstdint>
 
-#include "keys/IdMap.h"
+#include "base/IdMap.h"
 
 namespace Zarn {
 

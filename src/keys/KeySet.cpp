@@ -2,11 +2,11 @@
 
 #include <cstddef>
 
-#include "keys/IdMap.h"
+#include "base/IdMap.h"
 #include "keys/LineElementKeys.h"
 #include "keys/NodeKeys.h"
 #include "keys/SurfaceSolidElementKeys.h"
-#include "model/Failure.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 

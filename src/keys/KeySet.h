@@ -15,7 +15,7 @@
 
 #include "keys/KeyInfo.h"
 #include "keys/RequestList.h"
-#include "model/Counted.h"
+#include "base/Counted.h"
 
 namespace Zarn {
 

@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "evaluate/Flags.h"
-#include "kernelfile/ReadTimeKernel.h"
-#include "model/Blas.h"
-#include "model/Failure.h"
+#include "base/Blas.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 
@@ -42,22 +40,14 @@ struct Plan {
   std::vector<Pick> picks;      // in the selection's order
 };
 
-// The key of `code` in `map` when its selection has entries; null otherwise. find(), not the subscript: a code
-// without key must not grow the registry.
-const TimeKernelKeyInfo* selectedKey(const TimeKernelKeySet::KeyMap& map, std::int32_t code) {
-  const auto found = map.find(code);
-  if (found == map.end() || !found->second || found->second->selection.empty()) return nullptr;
-  return found->second.get();
-}
-
 // Checks every shape the products and copies will rely on, so that no product reads or writes outside a record,
 // and lists the selection entries that land in the result and in the output.
-Plan makePlan(const TimeKernelElement& element, const Tables& t, const TimeKernelKeyInfo& key,
+Plan makePlan(const TimeKernelElement& element, const Tables& t, const RecoveryPicks& key,
               const Matrix& displacements, const Matrix& velocities, const Matrix& loadFactors,
               const Matrix& output) {
   Plan plan;
   const Matrix& f = t.recovery;
-  plan.components = key.componentCount();
+  plan.components = key.components;
   TK_CHECK(plan.components > 0);
   // The result is taken as whole points; a remainder would leave the rotation's view short of the product.
   TK_CHECK(f.rows % plan.components == 0);
@@ -91,7 +81,7 @@ Plan makePlan(const TimeKernelElement& element, const Tables& t, const TimeKerne
     TK_CHECK(loadFactors.cols >= plan.columns);
   }
 
-  for (const IdMap::Entry& entry : key.selection) {
+  for (const IdMap::Entry& entry : *key.selection) {
     if (entry.key < 0 || entry.key >= plan.size) continue;
     if (entry.value < 0 || entry.value >= output.rows) continue;
     plan.picks.push_back(Pick{entry.key, entry.value});
@@ -175,9 +165,9 @@ void rotate(const TimeKernelElement& element, Rotation rotation, Matrix& point) 
   if (rotation == Rotation::kStress) element.rotateStress(point);
 }
 
-// The common recovery: check, form the result columns, rotate under flag 2, pick the selected positions.
-void recover(const TimeKernelElement& element, const Tables& t, const TimeKernelKeyInfo& key,
-             std::int32_t flagWord, const Matrix& displacements, const Matrix& velocities,
+// The common recovery: check, form the result columns, rotate when asked, pick the selected positions.
+void recover(const TimeKernelElement& element, const Tables& t, const RecoveryPicks& key, bool rotateResult,
+             const Matrix& displacements, const Matrix& velocities,
              const Matrix& loadFactors, Matrix& output) {
   const Plan plan = makePlan(element, t, key, displacements, velocities, loadFactors, output);
   if (plan.picks.empty() || plan.columns <= 0) return;
@@ -191,7 +181,7 @@ void recover(const TimeKernelElement& element, const Tables& t, const TimeKernel
     formAllColumns(element, t, plan, displacements, velocities, loadFactors, y);
   }
 
-  if (flags::has(flagWord, flags::kRotate) && t.rotation != Rotation::kNone) {
+  if (rotateResult && t.rotation != Rotation::kNone) {
     // Each time point's result viewed as components by points, one point per column.
     const std::int32_t points = plan.size / plan.components;
     for (std::int32_t j = 0; j < plan.columns; ++j) {
@@ -210,58 +200,32 @@ void recover(const TimeKernelElement& element, const Tables& t, const TimeKernel
 
 }  // namespace
 
-void recoverForce(const TimeKernelElement& element, const TimeKernelKeySet& keys, std::int32_t flags,
+bool hasPicks(const RecoveryPicks& picks) { return picks.selection != nullptr && !picks.selection->empty(); }
+
+void recoverForce(const TimeKernelElement& element, const RecoveryPicks& picks, bool rotateResult,
                   const Matrix& displacements, const Matrix& velocities, const Matrix& loadFactors,
                   Matrix& output) {
-  if (element.forceRecovery.empty()) return;
-  const TimeKernelKeyInfo* key = selectedKey(keys.forceKeys, element.elementType());
-  if (key == nullptr) return;
+  if (element.forceRecovery.empty() || !hasPicks(picks)) return;
   const Tables t{element.forceRecovery, element.forceOffset, &element.velocityForce, &element.forceLoad, false,
                  Rotation::kForce};
-  recover(element, t, *key, flags, displacements, velocities, loadFactors, output);
+  recover(element, t, picks, rotateResult, displacements, velocities, loadFactors, output);
 }
 
-void recoverStress(const TimeKernelElement& element, const TimeKernelKeySet& keys, std::int32_t flags,
+void recoverStress(const TimeKernelElement& element, const RecoveryPicks& picks, bool rotateResult,
                    const Matrix& displacements, const Matrix& loadFactors, Matrix& output) {
-  if (!element.hasStressRecovery() || element.stressRecovery.empty()) return;
-  const TimeKernelKeyInfo* key = selectedKey(keys.stressKeys, element.elementType());
-  if (key == nullptr) return;
+  if (!element.hasStressRecovery() || element.stressRecovery.empty() || !hasPicks(picks)) return;
   const Tables t{element.stressRecovery, element.stressOffset, nullptr, &element.stressLoad, false,
                  Rotation::kStress};
   const Matrix noVelocities;
-  recover(element, t, *key, flags, displacements, noVelocities, loadFactors, output);
+  recover(element, t, picks, rotateResult, displacements, noVelocities, loadFactors, output);
 }
 
-void recoverDeform(const TimeKernelElement& element, const TimeKernelKeySet& keys, const Matrix& displacements,
+void recoverDeform(const TimeKernelElement& element, const RecoveryPicks& picks, const Matrix& displacements,
                    Matrix& output) {
-  if (!element.hasDeformRecovery() || element.stressRecovery.empty()) return;
-  const TimeKernelKeyInfo* key = selectedKey(keys.deformKeys, element.elementType());
-  if (key == nullptr) return;
+  if (!element.hasDeformRecovery() || element.stressRecovery.empty() || !hasPicks(picks)) return;
   const Tables t{element.stressRecovery, element.stressOffset, nullptr, nullptr, true, Rotation::kNone};
   const Matrix none;
-  recover(element, t, *key, 0, displacements, none, none, output);
-}
-
-void recoverElement(const TimeKernelElement& element, std::int32_t flags, const Matrix& loadFactors,
-                    Matrix& output) {
-  ReadTimeKernel* kernel = element.owner;
-  if (kernel == nullptr) return;
-  // Shaped and zeroed before the read: a history row for which no view can be made then reads as zeros, not as
-  // whatever the allocator gave. The read reshapes when the file holds another shape.
-  Matrix displacements;
-  displacements.resize(element.dofRows.size, kernel->stepCount);
-  displacements.setZero();
-  kernel->readDisplacementHistory(element.dofRows, displacements);
-  if (displacements.empty()) return;
-  Matrix velocities;
-  if (!element.velocityForce.empty()) {
-    velocities.resize(element.dofRows.size, kernel->stepCount);
-    velocities.setZero();
-    kernel->readVelocityHistory(element.dofRows, velocities);
-  }
-  recoverForce(element, kernel->keySet, flags, displacements, velocities, loadFactors, output);
-  recoverStress(element, kernel->keySet, flags, displacements, loadFactors, output);
-  recoverDeform(element, kernel->keySet, displacements, output);
+  recover(element, t, picks, false, displacements, none, none, output);
 }
 
 }  // namespace Zarn

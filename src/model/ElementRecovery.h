@@ -9,7 +9,7 @@
 //   y += f0                  forceOffset (stressOffset), when not empty
 //   y += V v                 velocityForce: force only, when both it and the velocities are not empty
 //   y -= sum_i L(:, i) a_i   forceLoad (stressLoad), when both it and the load factors are not empty
-//   y  = rotate(y)           under flag 2, by the element class's rotateForce (rotateStress)
+//   y  = rotate(y)           when asked, by the element class's rotateForce (rotateStress)
 //
 // and writes each selected position of y to its output row. y holds components * points values: its column
 // view of `componentCount()` rows by points columns is what the rotation turns, one point per column. The
@@ -21,11 +21,11 @@
 // folded into one constant vector (f0 - F u0) that is formed once and added to every column. The two forms
 // agree to rounding.
 //
-// Key and selection. The key of each recovery is found by the element's type code in `forceKeys`, `stressKeys`
-// or `deformKeys`; a code with no entry (looked up without inserting) counts as an empty selection. Each entry
-// of the key's selection maps a position of y (source) to a row of the output (target); an entry whose source
-// is outside y, or whose target is outside the output, is skipped and its output entry stays as it was. An
-// empty table or an empty selection ends a recovery with the output untouched.
+// Picks. What a recovery writes is given as plain data (`RecoveryPicks`): the component count of one point, and a
+// selection that maps a position of y (source) to a row of the output (target). The caller takes both from the
+// result key of the element's class (src/evaluate/KeyedRecovery.h). An entry whose source is outside y, or whose
+// target is outside the output, is skipped and its output entry stays as it was. An empty table, or a null or
+// empty selection, ends a recovery with the output untouched. This file reads no file and knows no flags.
 //
 // Failures (the call's one failure, before any product runs and before the output changes): a table whose rows
 // are not a multiple of the key's componentCount; a recovery table whose columns differ from the displacement
@@ -38,34 +38,33 @@
 
 #include <cstdint>
 
-#include "keys/KeySet.h"
-#include "model/Records.h"
+#include "base/DenseRecords.h"
+#include "base/IdMap.h"
 #include "model/TimeKernelElement.h"
 
 namespace Zarn {
 
+// What one recovery writes: `components` values make one point's column (the key's componentCount); `selection`
+// maps a position of y to an output row. Non-owning; valid for the call.
+struct RecoveryPicks {
+  std::int32_t components = 0;
+  const IdMap* selection = nullptr;
+};
+
 // The force of every class. `velocities` (dofs by time points) may be empty; `loadFactors` (loads by time
-// points) is empty when no load term is wanted.
-void recoverForce(const TimeKernelElement& element, const TimeKernelKeySet& keys, std::int32_t flags,
+// points) is empty when no load term is wanted. `rotateResult`: turn into the output frame (rotateForce).
+void recoverForce(const TimeKernelElement& element, const RecoveryPicks& picks, bool rotateResult,
                   const Matrix& displacements, const Matrix& velocities, const Matrix& loadFactors,
                   Matrix& output);
 
 // The stress: as the force on the stress tables, without velocity term, rotated by rotateStress. Does nothing
 // for a class without stress recovery (Bush, RigidBar), whatever tables its record holds.
-void recoverStress(const TimeKernelElement& element, const TimeKernelKeySet& keys, std::int32_t flags,
+void recoverStress(const TimeKernelElement& element, const RecoveryPicks& picks, bool rotateResult,
                    const Matrix& displacements, const Matrix& loadFactors, Matrix& output);
 
-// The deformation of a class that has one (Bush): stressRecovery and stressOffset with the deformation key, the
-// offset added flat over the result, no load term and no rotation whatever the flags say. Does nothing for the
-// other classes.
-void recoverDeform(const TimeKernelElement& element, const TimeKernelKeySet& keys, const Matrix& displacements,
+// The deformation of a class that has one (Bush): stressRecovery and stressOffset, the offset added flat over the
+// result, no load term and no rotation. Does nothing for the other classes.
+void recoverDeform(const TimeKernelElement& element, const RecoveryPicks& picks, const Matrix& displacements,
                    Matrix& output);
-
-// Recovers one element over all time points into `output` (selected rows by steps): reads the displacement
-// history of the element's dofRows from its owner (and the velocity history when velocityForce is not empty),
-// then force, stress and deformation. Ends without writing when the element has no owner or the displacements
-// come back empty. The element's record must have been read; the caller clears it afterwards.
-void recoverElement(const TimeKernelElement& element, std::int32_t flags, const Matrix& loadFactors,
-                    Matrix& output);
 
 }  // namespace Zarn

@@ -13,7 +13,7 @@
 #include <cstdint>
 
 #include "model/ElementFamily.h"
-#include "model/Failure.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 

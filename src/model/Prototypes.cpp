@@ -1,14 +1,6 @@
-// The kernel's prototypes: one node and one element of each type, into which records are read one at a time.
-//
-// Built once, when the kernel is; calling again replaces them all with fresh, empty prototypes. A prototype
-// that cannot be allocated is not there: the node prototype is then an empty pointer, and an element type
-// without one reads as an unknown code.
-#include <cstdint>
-#include <map>
+#include "model/Prototypes.h"
 
-#include "kernelfile/ReadTimeKernel.h"
 #include "model/ElementFamily.h"
-#include "model/TimeKernelNode.h"
 
 namespace Zarn {
 
@@ -21,7 +13,8 @@ void addPrototype(std::map<std::int32_t, counted_ptr<TimeKernelElement>>& protot
 }
 }  // namespace
 
-void ReadTimeKernel::makePrototypes() {
+void makePrototypes(std::map<std::int32_t, counted_ptr<TimeKernelElement>>& elementPrototypes,
+                    counted_ptr<TimeKernelNode>& nodePrototype) {
   nodePrototype = makeCounted<TimeKernelNode>();
 
   elementPrototypes.clear();
@@ -35,11 +28,6 @@ void ReadTimeKernel::makePrototypes() {
   addPrototype<TimeKernelElementShell>(elementPrototypes);
   addPrototype<TimeKernelElementSolid>(elementPrototypes);
   addPrototype<TimeKernelElementCatenary>(elementPrototypes);
-
-  // With the map full, every prototype is given this kernel as owner: it reads its records through this
-  // kernel's reader.
-  if (nodePrototype) nodePrototype->owner = this;
-  for (auto& entry : elementPrototypes) entry.second->owner = this;
 }
 
 }  // namespace Zarn

@@ -4,6 +4,12 @@ namespace Zarn {
 
 counted_ptr<Base> TimeKernelElement::clone(bool deep) const { return cloneAs<TimeKernelElement>(deep); }
 
+ElementRecordFields TimeKernelElement::recordFields() {
+  return ElementRecordFields{dofRows,        forceRotation, stressRotation, forceOffset,
+                             stressOffset,   referenceDisplacement, forceLoad, stressLoad,
+                             forceRecovery,  stressRecovery, velocityForce};
+}
+
 void TimeKernelElement::rotateForce(Matrix&) const {}
 
 void TimeKernelElement::rotateStress(Matrix&) const {}
@@ -18,9 +24,9 @@ void TimeKernelElement::clear() {
   stressLoad.clear();
   forceRecovery.clear();
   stressRecovery.clear();
-  // velocityForce is deliberately left out: it keeps its storage and shape until the next readRecord
-  // overwrites it or the prototype is destroyed, and a readDofRows in between leaves it alone too. That is
-  // the prototype's defined behaviour, and it is harmless: recovery only ever runs right after a readRecord,
+  // velocityForce is deliberately left out: it keeps its storage and shape until the next record read
+  // overwrites it or the prototype is destroyed, and a dof-rows read in between leaves it alone too. That is
+  // the prototype's defined behaviour, and it is harmless: recovery only ever runs right after a whole record read,
   // which rewrites the table (with an empty one when the record has none), so the walks that read only dofRows
   // never hand a stale table to a computation.
   referenceDisplacement.clear();
@@ -37,7 +43,6 @@ void TimeKernelElement::copyElementFields(TimeKernelElement& target) const {
   target.forceRecovery.assign(forceRecovery);
   target.stressRecovery.assign(stressRecovery);
   target.velocityForce.assign(velocityForce);
-  target.owner = owner;
   target.dofRows.assign(dofRows);
   target.referenceDisplacement.assign(referenceDisplacement);
 }

@@ -1,30 +1,29 @@
 // TimeKernelElement: the root of the element family, and the prototype into which element records are read.
 //
 // An element record is a set of precomputed tables that turn the response of the element's degrees of freedom
-// into forces, stresses or deformations; no element formulation happens here. The kernel holds one prototype
-// per type code (see Prototypes.cpp). To handle an element, the record is read into the prototype of its type
-// (ElementReader.h), used, and the prototype is cleared again, so at most one element's tables are in memory.
+// into forces, stresses or deformations; no element formulation happens here. A request holds one prototype per
+// type code (see Prototypes.h). To handle an element, the record is read into the prototype of its type
+// (kernelfile/ElementRecord.h through `recordFields`), used, and the prototype is cleared again, so at most one
+// element's tables are in memory. The element itself reads nothing.
 //
 // The ten concrete classes (ElementFamily.h) differ only in their type code, in which recoveries they have and
-// in how they turn results into the output frame. The record layout is described in ElementRecord.cpp.
+// in how they turn results into the output frame. The record layout is described in kernelfile/ElementRecord.cpp.
 #pragma once
 
 #include <cstdint>
 
-#include "model/Base.h"
-#include "model/Records.h"
+#include "base/Base.h"
+#include "base/DenseRecords.h"
+#include "kernelfile/ElementRecord.h"
 
 namespace Zarn {
-
-class ReadTimeKernel;
 
 class TimeKernelElement : public Base {
  public:
   // Type code of the root class; no record carries it.
   static constexpr std::int32_t kTypeCode = 0;
 
-  // All nine tables empty and owned, dofRows empty, referenceDisplacement empty with stride 1 and owned, no
-  // owner.
+  // All nine tables empty and owned, dofRows empty, referenceDisplacement empty with stride 1 and owned.
   TimeKernelElement() = default;
   // The members free themselves in reverse order of declaration: referenceDisplacement, dofRows, then the
   // tables from velocityForce back to forceRotation; then as Base.
@@ -33,7 +32,7 @@ class TimeKernelElement : public Base {
   TimeKernelElement& operator=(const TimeKernelElement&) = delete;
 
   // A new element of the same class in a counted pointer; with `deep` a full copy of every field (tables and
-  // reference state as owned copies, the owner pointer as it is). An empty pointer when the object cannot be
+  // reference state as owned copies). An empty pointer when the object cannot be
   // made.
   counted_ptr<Base> clone(bool deep) const override;
   const char* className() const override { return "TimeKernelElement"; }
@@ -56,21 +55,12 @@ class TimeKernelElement : public Base {
   virtual void rotateForce(Matrix& view) const;
   virtual void rotateStress(Matrix& view) const;
 
-  // Reads fields 2 and 3 of the record at the owner's position (the type code has been read already): the dof
-  // count and dofRows, resized when its size differs. Everything else stays as it was, velocityForce included.
-  // Does nothing without an owner. Fails the call on a count above INT32_MAX or one too large to allocate.
-  void readDofRows();
-
-  // Reads fields 2 to 15 and leaves the owner's reader behind the record. Does nothing without an owner. Each
-  // table goes through Matrix::resize, so a table of the right shape is reused. referenceDisplacement is
-  // resized only when its size differs and it is owned. The tenth table is read into a temporary and freed.
-  // When a field cannot be read (no view), reading stops there and the remaining fields keep what they held.
-  // Fails the call on a count above INT32_MAX, a table too large to allocate, or a reference view of another
-  // size.
-  void readRecord();
+  // The destinations of a record read (kernelfile/ElementRecord.h): this element's own tables, valid while it
+  // lives.
+  ElementRecordFields recordFields();
 
   // Frees dofRows, the eight tables forceRotation to stressRecovery and referenceDisplacement (shapes 0).
-  // velocityForce is deliberately kept, storage and shape, until the next readRecord (see the definition).
+  // velocityForce is deliberately kept, storage and shape, until the next record read (see the definition).
   void clear();
 
   Matrix forceRotation;   // turns a force result into the output frame
@@ -82,7 +72,6 @@ class TimeKernelElement : public Base {
   Matrix forceRecovery;   // components * points by the element's dofs
   Matrix stressRecovery;  // laid out as forceRecovery; Bush: the deformation table
   Matrix velocityForce;   // turns the dofs' velocities into a force term, laid out as forceRecovery
-  ReadTimeKernel* owner = nullptr;  // the kernel whose reader the record reads use; not owned
   IntArray dofRows;                 // the response-table rows that feed this element, in its own order
   Vector referenceDisplacement;     // reference state of the dofs; recovery works on the difference to it
 

@@ -1,28 +1,15 @@
-// The node record, little-endian, packed (8 + 8n bytes, 72 more with a rotation):
-//
-//   OFFSET   SIZE  FIELD
-//        0      4  count n (u32); above INT32_MAX the record is corrupt
-//        4      4  hasTransform (u32): 0 no rotation follows; any other value: it does
-//        8     4n  dofRows (u32 each): the node's rows in the response tables
-//   8 + 4n     4n  dofCodes (u32 each, read as signed): -1000 no component, else component index - 999
-//   8 + 8n     72  transform, 9 f64 row by row; only when hasTransform is not 0
-//
-// The record holds no node number: the node directory ties an ID to the record's position.
+// The node record's layout is described in kernelfile/NodeRecord.cpp.
 #include "model/TimeKernelNode.h"
 
 #include <cstring>
 
-#include "kernelfile/Bytes.h"
+#include "base/Bytes.h"
 #include "kernelfile/ReadTimeKernel.h"
-#include "model/Failure.h"
-#include "model/RecordFields.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 
 namespace {
-// count and hasTransform are taken in one step.
-constexpr std::int64_t kNodeHeaderSize = 8;
-
 bool opensTriple(std::int32_t code) {
   return code == TimeKernelNode::kTranslationTriple || code == TimeKernelNode::kRotationTriple;
 }
@@ -39,29 +26,7 @@ counted_ptr<Base> TimeKernelNode::clone(bool deep) const {
   copy->dofRows.assign(dofRows);
   copy->dofCodes.assign(dofCodes);
   copy->transform = transform;
-  copy->owner = owner;
   return copy;
-}
-
-void TimeKernelNode::read() {
-  if (owner == nullptr) return;
-  FileMapping& in = owner->mapping;
-  const unsigned char* header = in.take(kNodeHeaderSize);
-  if (header == nullptr) return;
-  const std::int32_t n = checkedCount(readU32(header));
-  const bool hasTransform = readU32(header + 4) != 0;  // any value but 0 counts as true
-  if (!readIntRun(in, dofRows, n)) return;
-  if (!readIntRun(in, dofCodes, n)) return;
-  if (!hasTransform) {
-    transform.rows = 0;
-    transform.cols = 0;
-    return;
-  }
-  double values[9];
-  if (!in.read(values, sizeof values)) return;
-  std::memcpy(transform.values, values, sizeof values);
-  transform.rows = 3;
-  transform.cols = 3;
 }
 
 void TimeKernelNode::clear() {

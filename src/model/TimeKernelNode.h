@@ -1,18 +1,16 @@
 // TimeKernelNode: the one prototype into which node records are read, one at a time.
 //
-// Nodes are never held as a table. The kernel owns a single TimeKernelNode; a caller seeks to a node's record,
-// calls `read`, uses the arrays and calls `clear` before the next record. So memory stays flat whatever the
-// size of the model. The record's layout is described at the top of TimeKernelNode.cpp.
+// Nodes are never held as a table. A request owns a single TimeKernelNode; the record at a node's position is read
+// into its arrays (kernelfile/NodeRecord.h), used, and `clear` empties them before the next record. So memory stays
+// flat whatever the size of the model. The node itself reads nothing: it is the record's arithmetic.
 #pragma once
 
 #include <cstdint>
 
-#include "model/Base.h"
-#include "model/Records.h"
+#include "base/Base.h"
+#include "base/DenseRecords.h"
 
 namespace Zarn {
-
-class ReadTimeKernel;
 
 class TimeKernelNode : public Base {
  public:
@@ -23,26 +21,19 @@ class TimeKernelNode : public Base {
   static constexpr std::int32_t kTranslationTriple = -999;
   static constexpr std::int32_t kRotationTriple = -996;
 
-  // id 0, empty arrays, no rotation (the identity values are kept, with rows and cols 0), no owner.
+  // id 0, empty arrays, no rotation (the identity values are kept, with rows and cols 0).
   TimeKernelNode();
   // Frees both arrays, then as Base.
   ~TimeKernelNode() override;
   TimeKernelNode(const TimeKernelNode&) = delete;
   TimeKernelNode& operator=(const TimeKernelNode&) = delete;
 
-  // A new node in a counted pointer. With `deep` it copies id, both arrays, the rotation (shape and values) and
-  // the owner; without, it is a cleared node with no owner. An empty pointer when the object cannot be made.
+  // A new node in a counted pointer. With `deep` it copies id, both arrays and the rotation (shape and values);
+  // without, it is a cleared node. An empty pointer when the object cannot be made.
   counted_ptr<Base> clone(bool deep) const override;
   const char* className() const override { return "TimeKernelNode"; }
 
-  // Reads the record at the owner's current position and leaves the position behind it. Does nothing without
-  // an owner. The id is not part of the record and stays as it is. When a field cannot be read (the owner's
-  // reader has no view), reading stops there: what was read stays, the rest keeps what it held, and an array
-  // that had to be reallocated for the record is zero rather than undefined. Fails the call when the record's
-  // count exceeds INT32_MAX or its arrays cannot be allocated.
-  void read();
-
-  // Frees both arrays (sizes 0) and drops the rotation (rows and cols 0). The owner stays.
+  // Frees both arrays (sizes 0) and drops the rotation (rows and cols 0).
   void clear();
 
   // Turns the node's vector triples in every column of `target`, whose rows are this node's degrees of freedom
@@ -57,7 +48,6 @@ class TimeKernelNode : public Base {
   IntArray dofRows;                 // per degree of freedom: its row in the kernel file's response tables
   IntArray dofCodes;                // per degree of freedom: its component code, -1000 for none
   Matrix3 transform;                // the node's 3 by 3 rotation; rows and cols 3 when present, 0 otherwise
-  ReadTimeKernel* owner = nullptr;  // the kernel whose reader `read` uses; not owned
 };
 
 }  // namespace Zarn

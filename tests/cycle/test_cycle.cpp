@@ -8,7 +8,7 @@
 #include "cycle/ElementListing.h"
 #include "cycle/TheKernel.h"
 #include "kernelwriter/KernelWriter.h"
-#include "model/Allocation.h"
+#include "base/Allocation.h"
 #include "support/TestSupport.h"
 
 namespace Zarn {
@@ -24,8 +24,8 @@ testing::AssertionResult kernelIsClosed() {
     if (theKernel.sectionPositions[s] != -1) return testing::AssertionFailure() << "section " << s << " is set";
   }
   if (theKernel.selectedMode != -1) return testing::AssertionFailure() << "selectedMode " << theKernel.selectedMode;
-  if (!theKernel.requestedOffsets.empty()) return testing::AssertionFailure() << "requested offsets are left";
-  if (theKernel.requiredRows != nullptr || theKernel.requiredRowCount != 0)
+  if (!theRequest.requestedOffsets.empty()) return testing::AssertionFailure() << "requested offsets are left";
+  if (theRequest.requiredRows != nullptr || theRequest.requiredRowCount != 0)
     return testing::AssertionFailure() << "required rows are left";
   if (allocationLimit != INT64_MAX) return testing::AssertionFailure() << "the allocation limit is left";
   return testing::AssertionSuccess();
@@ -91,9 +91,9 @@ TEST_F(CycleTest, GuardEndsTheCycleOnTheNormalPath) {
     theKernel.fileName = file.path();
     theKernel.openKernelFile();
     theKernel.selectedMode = 2;
-    theKernel.requestedOffsets = {10, -1};
-    theKernel.requiredRows = allocateArray<std::int32_t>(4);
-    theKernel.requiredRowCount = 4;
+    theRequest.requestedOffsets = {10, -1};
+    theRequest.requiredRows = allocateArray<std::int32_t>(4);
+    theRequest.requiredRowCount = 4;
     ASSERT_TRUE(theKernel.mapping.isOpen());
     ASSERT_NE(allocationLimit, INT64_MAX);  // lowered for the call
   }
@@ -107,9 +107,9 @@ TEST_F(CycleTest, GuardEndsTheCycleWhenAFailureUnwinds) {
     theKernel.fileName = file.path();
     theKernel.openKernelFile();
     theKernel.selectedMode = 0;
-    theKernel.requestedOffsets = {10};
-    theKernel.requiredRows = allocateArray<std::int32_t>(1);
-    theKernel.requiredRowCount = 1;
+    theRequest.requestedOffsets = {10};
+    theRequest.requiredRows = allocateArray<std::int32_t>(1);
+    theRequest.requiredRowCount = 1;
     std::int32_t first = 0, second = 0;
     theKernel.readSectionHeader(4, first, second);  // absent: the failure
   }));

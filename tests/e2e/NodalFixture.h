@@ -341,10 +341,11 @@ inline Answer request(const std::string& path, std::int32_t flags, const std::ve
 // The process-wide kernel as every call must leave it: closed, with no selection.
 inline testing::AssertionResult kernelIsClosed() {
   using Zarn::theKernel;
+  using Zarn::theRequest;
   if (theKernel.mapping.isOpen()) return testing::AssertionFailure() << "the mapping is open";
   if (theKernel.selectedMode != -1) return testing::AssertionFailure() << "selectedMode " << theKernel.selectedMode;
-  if (!theKernel.requestedOffsets.empty()) return testing::AssertionFailure() << "requested offsets are left";
-  if (theKernel.requiredRows != nullptr || theKernel.requiredRowCount != 0)
+  if (!theRequest.requestedOffsets.empty()) return testing::AssertionFailure() << "requested offsets are left";
+  if (theRequest.requiredRows != nullptr || theRequest.requiredRowCount != 0)
     return testing::AssertionFailure() << "required rows are left";
   return testing::AssertionSuccess();
 }

@@ -50,8 +50,8 @@ testing::AssertionResult kernelIsClosed() {
       return testing::AssertionFailure() << "section " << s << " at " << theKernel.sectionPositions[s];
   }
   if (theKernel.selectedMode != -1) return testing::AssertionFailure() << "selectedMode " << theKernel.selectedMode;
-  if (!theKernel.requestedOffsets.empty()) return testing::AssertionFailure() << "requested offsets are left";
-  if (theKernel.requiredRows != nullptr || theKernel.requiredRowCount != 0)
+  if (!theRequest.requestedOffsets.empty()) return testing::AssertionFailure() << "requested offsets are left";
+  if (theRequest.requiredRows != nullptr || theRequest.requiredRowCount != 0)
     return testing::AssertionFailure() << "required rows are left";
   return testing::AssertionSuccess();
 }

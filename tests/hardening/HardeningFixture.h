@@ -647,11 +647,12 @@ struct Outcome {
 
 inline std::string kernelState() {
   using Zarn::theKernel;
+  using Zarn::theRequest;
   std::string s;
   if (theKernel.mapping.isOpen()) s += " mapping left open;";
   if (theKernel.selectedMode != -1) s += " selectedMode left set;";
-  if (!theKernel.requestedOffsets.empty()) s += " requested offsets left;";
-  if (theKernel.requiredRows != nullptr || theKernel.requiredRowCount != 0) s += " required rows left;";
+  if (!theRequest.requestedOffsets.empty()) s += " requested offsets left;";
+  if (theRequest.requiredRows != nullptr || theRequest.requiredRowCount != 0) s += " required rows left;";
   return s;
 }
 

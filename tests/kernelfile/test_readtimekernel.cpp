@@ -13,7 +13,7 @@
 #include "kernelfile/ReadTimeKernel.h"
 #include "kernelfile/TimeKernel.h"
 #include "kernelwriter/KernelWriter.h"
-#include "model/Allocation.h"
+#include "base/Allocation.h"
 #include "support/TestSupport.h"
 
 namespace Zarn {
@@ -94,9 +94,6 @@ TEST_F(ReadTimeKernelTest, ConstructedClosed) {
   EXPECT_EQ(kernel.stream, nullptr);
   EXPECT_EQ(kernel.fileName, "");
   EXPECT_EQ(kernel.mapping.windowSize, 1024);
-  EXPECT_TRUE(kernel.requestedOffsets.empty());
-  EXPECT_EQ(kernel.requiredRows, nullptr);
-  EXPECT_EQ(kernel.requiredRowCount, 0);
 }
 
 TEST_F(ReadTimeKernelTest, OpensAWellFormedFile) {
@@ -395,7 +392,6 @@ TEST_F(ReadTimeKernelTest, ShallowCloneIsClosedAndEmpty) {
   writeFile(typicalKernel());
   ASSERT_NO_THROW(open());
   kernel.id = 12;
-  kernel.requestedOffsets = {300, -1};
   kernel.selectedMode = 1;
 
   counted_ptr<Base> copy = kernel.clone(false);
@@ -410,9 +406,6 @@ TEST_F(ReadTimeKernelTest, ShallowCloneIsClosedAndEmpty) {
   EXPECT_EQ(k->stepCount, 0);
   EXPECT_EQ(k->dofCount, 0);
   EXPECT_EQ(k->selectedMode, -1);
-  EXPECT_TRUE(k->requestedOffsets.empty());
-  EXPECT_EQ(k->requiredRows, nullptr);
-  EXPECT_EQ(k->requiredRowCount, 0);
   EXPECT_EQ(k->stream, nullptr);
 }
 
@@ -420,13 +413,7 @@ TEST_F(ReadTimeKernelTest, DeepCloneCopiesNameTableAndCountsAndLeavesTheSourceRe
   const Layout layout = writeFile(typicalKernel());
   ASSERT_NO_THROW(open());
   kernel.id = 12;
-  kernel.requestedOffsets = {300, -1, 4096};
   kernel.selectedMode = 1;
-  kernel.requiredRows = allocateArray<std::int32_t>(3);
-  kernel.requiredRows[0] = 0;
-  kernel.requiredRows[1] = 4;
-  kernel.requiredRows[2] = 9;
-  kernel.requiredRowCount = 3;
   kernel.seek(layout.sectionPositions[4] + 12);
 
   counted_ptr<Base> copy = kernel.clone(true);
@@ -439,13 +426,6 @@ TEST_F(ReadTimeKernelTest, DeepCloneCopiesNameTableAndCountsAndLeavesTheSourceRe
   EXPECT_EQ(k->stepCount, 3);
   EXPECT_EQ(k->dofCount, 2);
   EXPECT_EQ(k->selectedMode, 1);
-  EXPECT_EQ(k->requestedOffsets, (std::vector<std::int64_t>{300, -1, 4096}));
-  ASSERT_EQ(k->requiredRowCount, 3);
-  ASSERT_NE(k->requiredRows, nullptr);
-  EXPECT_NE(k->requiredRows, kernel.requiredRows);  // its own copy
-  EXPECT_EQ(k->requiredRows[0], 0);
-  EXPECT_EQ(k->requiredRows[1], 4);
-  EXPECT_EQ(k->requiredRows[2], 9);
   // The mapping's state as it stands: the same file, view and position.
   EXPECT_TRUE(k->mapping.isOpen());
   EXPECT_EQ(k->mapping.view(), kernel.mapping.view());
@@ -494,18 +474,12 @@ TEST_F(ReadTimeKernelTest, PrintWritesTheClassNameAndTheId) {
   EXPECT_EQ(again.str(), "ReadTimeKernel ID=-35");
 }
 
-TEST_F(ReadTimeKernelTest, EndCycleDropsThePerCallState) {
+TEST_F(ReadTimeKernelTest, EndCycleClosesAndDropsTheSelectedModeAndLimit) {
   writeFile(typicalKernel());
   ASSERT_NO_THROW(open());
   kernel.selectedMode = 4;
-  kernel.requestedOffsets = {1, 2, 3};
-  kernel.requiredRows = allocateArray<std::int32_t>(2);
-  kernel.requiredRowCount = 2;
   kernel.endCycle();
   EXPECT_TRUE(isClosed());
-  EXPECT_TRUE(kernel.requestedOffsets.empty());
-  EXPECT_EQ(kernel.requiredRows, nullptr);
-  EXPECT_EQ(kernel.requiredRowCount, 0);
   EXPECT_EQ(allocationLimit, INT64_MAX);
 }
 

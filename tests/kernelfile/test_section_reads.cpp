@@ -10,7 +10,7 @@
 #include "kernelfile/FileMapping.h"
 #include "kernelfile/ReadTimeKernel.h"
 #include "kernelwriter/KernelWriter.h"
-#include "model/Records.h"
+#include "base/DenseRecords.h"
 #include "support/TestSupport.h"
 
 namespace Zarn {

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "keys/IdMap.h"
+#include "base/IdMap.h"
 #include "keys/KeyInfo.h"
 #include "keys/LineElementKeys.h"
 #include "keys/NodeKeys.h"

@@ -15,10 +15,12 @@ OpenKernel::OpenKernel(kernelwriter::KernelFile file, std::int64_t dropLast) : p
   }
   kernel.fileName = path.path();
   kernel.openKernelFile();
-  kernel.makePrototypes();
 }
 
-OpenKernel::~OpenKernel() { kernel.endCycle(); }
+OpenKernel::~OpenKernel() {
+  kernel.endCycle();
+  request.clear();
+}
 
 kernelwriter::KernelFile oneElement(const kernelwriter::ElementRecord& r) {
   kernelwriter::KernelFile f;

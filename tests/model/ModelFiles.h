@@ -4,13 +4,15 @@
 #include <cstdint>
 #include <vector>
 
+#include "evaluate/Request.h"
 #include "kernelfile/ReadTimeKernel.h"
 #include "kernelwriter/KernelWriter.h"
 #include "support/TestSupport.h"
 
 namespace modeltest {
 
-// Writes `file` to a temporary path and opens it with a kernel of its own, whose prototypes are made. The file
+// Writes `file` to a temporary path and opens it with a kernel of its own, with a request (and its prototypes) on
+// it. The file
 // gets section 21 (a 2 x 4 matrix), without which no kernel file opens. The last `dropLast` bytes are left out,
 // for a last record that ends early (the records follow the sections); `layout` still describes the whole file.
 // The kernel ends its cycle and the file is removed when the object goes.
@@ -23,6 +25,7 @@ struct OpenKernel {
   testsupport::TempFile path;  // declared first: removed only after the kernel has closed the file
   kernelwriter::Layout layout;
   Zarn::ReadTimeKernel kernel;
+  Zarn::Request request{kernel};
 };
 
 // A file of the one element record `r`, under ID 1.

@@ -4,13 +4,16 @@
 
 #include <cstdint>
 #include <iterator>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "kernelfile/platform.h"
 #include "model/ElementFamily.h"
-#include "model/ElementReader.h"
+#include "model/Prototypes.h"
+#include "evaluate/ElementReader.h"
+#include "kernelfile/ElementRecord.h"
 #include "model/ModelFiles.h"
 
 namespace {
@@ -140,10 +143,10 @@ TEST_F(ElementRecordTest, EveryClassReadsItsRecordFieldByField) {
     SCOPED_TRACE(kFamily[k].name);
     const std::int64_t at = file.layout.elementRecordOffsets[k];
     file.kernel.seek(at);
-    Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
+    Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.request);
     ASSERT_TRUE(e);
     // The prototype itself holds the record.
-    EXPECT_EQ(e.get(), file.kernel.elementPrototypes[kFamily[k].code].get());
+    EXPECT_EQ(e.get(), file.request.elementPrototypes[kFamily[k].code].get());
     EXPECT_EQ(e->elementType(), kFamily[k].code);
     EXPECT_STREQ(e->className(), kFamily[k].name);
     expectRecord(*e, records[k]);
@@ -168,10 +171,10 @@ TEST_F(ElementRecordTest, ReaderEndsBehindTheTenthTable) {
   const std::int64_t expected = 4 + 4 + 12 + 4 + 24 + 10 * 8 + 99 * 8;
   ASSERT_EQ(file.layout.elementRecordOffsets[1], file.layout.elementRecordOffsets[0] + expected);
   file.kernel.seek(file.layout.elementRecordOffsets[0]);
-  Zarn::counted_ptr<TimeKernelElement> first = Zarn::readElementRecord(file.kernel);
+  Zarn::counted_ptr<TimeKernelElement> first = Zarn::readElementRecord(file.request);
   ASSERT_TRUE(first);
   EXPECT_EQ(file.kernel.tell(), file.layout.elementRecordOffsets[0] + expected);
-  Zarn::counted_ptr<TimeKernelElement> second = Zarn::readElementRecord(file.kernel);
+  Zarn::counted_ptr<TimeKernelElement> second = Zarn::readElementRecord(file.request);
   ASSERT_TRUE(second);
   EXPECT_EQ(second->elementType(), 768);
   expectRecord(*second, b);
@@ -183,7 +186,7 @@ TEST_F(ElementRecordTest, EmptyTablesAndNoDofsReadAsEmpty) {
   OpenKernel file(modeltest::oneElement(r));
   const std::int64_t at = file.layout.elementRecordOffsets[0];
   file.kernel.seek(at);
-  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
+  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.request);
   ASSERT_TRUE(e);
   expectRecord(*e, r);
   // code, n, m and ten empty tables of two counts each.
@@ -195,7 +198,7 @@ TEST_F(ElementRecordTest, TableWithRowsButNoColumnsKeepsItsShape) {
   r.forceRecovery.rows = 4;  // 4 x 0: no values follow
   OpenKernel file(modeltest::oneElement(r));
   file.kernel.seek(file.layout.elementRecordOffsets[0]);
-  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
+  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.request);
   ASSERT_TRUE(e);
   EXPECT_EQ(e->forceRecovery.rows, 4);
   EXPECT_EQ(e->forceRecovery.cols, 0);
@@ -210,11 +213,11 @@ TEST_F(ElementRecordTest, TableOfTheSameShapeIsReused) {
   f.addElement(2, fullRecord(645, 3));
   OpenKernel file(f);
   file.kernel.seek(file.layout.elementRecordOffsets[0]);
-  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
+  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.request);
   ASSERT_TRUE(e);
   const double* storage = e->forceRecovery.data;
   // No clear in between: the next record of equal shape is read into the same storage.
-  Zarn::readElementRecord(file.kernel);
+  Zarn::readElementRecord(file.request);
   EXPECT_EQ(e->forceRecovery.data, storage);
   EXPECT_EQ(e->forceRecovery.at(0, 0), 803.0);
 }
@@ -223,11 +226,10 @@ TEST_F(ElementRecordTest, ReferenceViewOfTheRightSizeIsFilledInPlace) {
   ElementRecord r = fullRecord(642, 0);
   OpenKernel file(modeltest::oneElement(r));
   Zarn::TimeKernelElementPlaneStress e;
-  e.owner = &file.kernel;
   std::vector<double> storage(3, -1.0);
   e.referenceDisplacement = Zarn::Vector::view(storage.data(), 3, 1);
   file.kernel.seek(file.layout.elementRecordOffsets[0] + 4);  // behind the type code
-  e.readRecord();
+  Zarn::readElementRecordFields(file.kernel.mapping, e.recordFields());
   EXPECT_EQ(e.referenceDisplacement.data, storage.data());
   EXPECT_EQ(e.referenceDisplacement.owned, 0);
   EXPECT_EQ(storage, (std::vector<double>{500, 501, 502}));
@@ -239,24 +241,11 @@ TEST_F(ElementRecordTest, ReferenceViewOfAnotherSizeFails) {
   f.addElement(1, fullRecord(642, 0));  // m 3
   OpenKernel file(f);
   Zarn::TimeKernelElementPlaneStress e;
-  e.owner = &file.kernel;
   std::vector<double> storage(2, -1.0);
   e.referenceDisplacement = Zarn::Vector::view(storage.data(), 2, 1);
   file.kernel.seek(file.layout.elementRecordOffsets[0] + 4);
-  EXPECT_TRUE(raisesFailure([&] { e.readRecord(); }));
+  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecordFields(file.kernel.mapping, e.recordFields()); }));
   EXPECT_EQ(storage, (std::vector<double>{-1.0, -1.0}));
-}
-
-TEST_F(ElementRecordTest, WithoutOwnerNothingIsRead) {
-  OpenKernel file(modeltest::oneElement(fullRecord(645, 0)));
-  Zarn::TimeKernelElementShell e;
-  const std::int64_t at = file.layout.elementRecordOffsets[0] + 4;
-  file.kernel.seek(at);
-  e.readRecord();
-  e.readDofRows();
-  EXPECT_EQ(file.kernel.tell(), at);
-  expectCleared(e);
-  EXPECT_EQ(e.velocityForce.rows, 0);
 }
 
 TEST_F(ElementRecordTest, RecordCutShortLeavesTheRemainingTablesAsTheyWere) {
@@ -276,12 +265,12 @@ TEST_F(ElementRecordTest, RecordCutShortLeavesTheRemainingTablesAsTheyWere) {
   ASSERT_EQ(testsupport::sizeOnDisk(file.path.path()), second + 120);
 
   file.kernel.seek(file.layout.elementRecordOffsets[0]);
-  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
+  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.request);
   ASSERT_TRUE(e);
   // Reading past the end would lengthen the file; make that impossible so that no view can be made there.
   Zarn::platform::calls().extendFile = [](Zarn::platform::FileHandle, std::int64_t) { return false; };
   file.kernel.seek(second);
-  ASSERT_EQ(Zarn::readElementRecord(file.kernel).get(), e.get());
+  ASSERT_EQ(Zarn::readElementRecord(file.request).get(), e.get());
 
   EXPECT_EQ(e->dofRows.size, 2);
   expectTable(e->forceRotation, cut.forceRotation, "forceRotation");
@@ -311,21 +300,21 @@ TEST_F(ElementRecordTest, DofCountAboveInt32MaxFails) {
   ElementRecord r = ElementRecord::make(645, {});
   r.dofCount = 0x80000000u;
   HostileRecord h(r);
-  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecord(h.file.kernel); }));
+  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecord(h.file.request); }));
   h.file.kernel.seek(h.file.layout.elementRecordOffsets[0]);
-  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementDofRows(h.file.kernel); }));
+  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementDofRows(h.file.request); }));
 }
 
 TEST_F(ElementRecordTest, TableCountAboveInt32MaxFails) {
   ElementRecord r = ElementRecord::make(645, {1});
   r.stressLoad.cols = 0x80000000u;
   HostileRecord cols(r);
-  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecord(cols.file.kernel); }));
+  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecord(cols.file.request); }));
 
   ElementRecord s = ElementRecord::make(645, {1});
   s.forceRotation.rows = 0xFFFFFFFFu;
   HostileRecord rows(s);
-  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecord(rows.file.kernel); }));
+  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecord(rows.file.request); }));
 }
 
 TEST_F(ElementRecordTest, TableTooLargeToAllocateFails) {
@@ -334,27 +323,26 @@ TEST_F(ElementRecordTest, TableTooLargeToAllocateFails) {
   r.forceRecovery.rows = 0x7FFFFFFFu;
   r.forceRecovery.cols = 0x7FFFFFFFu;
   HostileRecord h(r);
-  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecord(h.file.kernel); }));
+  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecord(h.file.request); }));
 
   // 65536 x 65536 wraps to 0 in 32 bits; in 64 bits it is 32 GiB of doubles.
   ElementRecord s = ElementRecord::make(768, {1});
   s.tenth.rows = 65536;
   s.tenth.cols = 65536;
   HostileRecord t(s);
-  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecord(t.file.kernel); }));
+  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecord(t.file.request); }));
 }
 
 TEST_F(ElementRecordTest, ReferenceCountAboveInt32MaxFails) {
   ElementRecord r = ElementRecord::make(645, {1});
   r.referenceCount = 0x80000000u;
   HostileRecord h(r);
-  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecord(h.file.kernel); }));
+  EXPECT_TRUE(raisesFailure([&] { Zarn::readElementRecord(h.file.request); }));
 }
 
 TEST_F(ElementLifecycleTest, NewElementIsEmpty) {
   TimeKernelElement e;
   EXPECT_EQ(e.id, 0);
-  EXPECT_EQ(e.owner, nullptr);
   expectCleared(e);
   EXPECT_EQ(e.velocityForce.rows, 0);
   EXPECT_EQ(e.velocityForce.owned, 1);
@@ -375,7 +363,7 @@ TEST_F(ElementLifecycleTest, ClearKeepsVelocityForceUntilTheNextFullRecord) {
   OpenKernel file(f);
 
   file.kernel.seek(file.layout.elementRecordOffsets[0]);
-  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
+  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.request);
   ASSERT_TRUE(e);
   e->clear();
   expectCleared(*e);
@@ -383,15 +371,15 @@ TEST_F(ElementLifecycleTest, ClearKeepsVelocityForceUntilTheNextFullRecord) {
 
   // Reading only the rows of the next record leaves it in place too.
   file.kernel.seek(file.layout.elementRecordOffsets[1]);
-  ASSERT_EQ(Zarn::readElementDofRows(file.kernel).get(), e.get());
+  ASSERT_EQ(Zarn::readElementDofRows(file.request).get(), e.get());
   EXPECT_EQ(e->dofRows.size, 3);
-  expectTable(e->velocityForce, first.velocityForce, "velocityForce after readDofRows");
+  expectTable(e->velocityForce, first.velocityForce, "velocityForce after a dof-rows read");
   e->clear();
 
   // A full record replaces it, also by an empty table.
   file.kernel.seek(file.layout.elementRecordOffsets[2]);
-  ASSERT_EQ(Zarn::readElementRecord(file.kernel).get(), e.get());
-  expectTable(e->velocityForce, third.velocityForce, "velocityForce after readRecord");
+  ASSERT_EQ(Zarn::readElementRecord(file.request).get(), e.get());
+  expectTable(e->velocityForce, third.velocityForce, "velocityForce after a whole record read");
   EXPECT_EQ(e->velocityForce.rows, 0);
 }
 
@@ -406,7 +394,7 @@ TEST_F(ElementLifecycleTest, DeepCloneOfEveryClassCopiesEveryField) {
   for (std::size_t k = 0; k < std::size(kFamily); ++k) {
     SCOPED_TRACE(kFamily[k].name);
     file.kernel.seek(file.layout.elementRecordOffsets[k]);
-    Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
+    Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.request);
     ASSERT_TRUE(e);
     e->id = 30 + static_cast<std::int32_t>(k);
 
@@ -419,7 +407,6 @@ TEST_F(ElementLifecycleTest, DeepCloneOfEveryClassCopiesEveryField) {
     ASSERT_NE(c, nullptr);
     EXPECT_EQ(c->elementType(), kFamily[k].code);
     EXPECT_EQ(c->id, 30 + static_cast<std::int32_t>(k));
-    EXPECT_EQ(c->owner, &file.kernel);
     e->clear();  // the copy owns its own tables
     expectRecord(*c, records[k]);
     EXPECT_EQ(c->referenceDisplacement.owned, 1);
@@ -429,7 +416,7 @@ TEST_F(ElementLifecycleTest, DeepCloneOfEveryClassCopiesEveryField) {
 TEST_F(ElementLifecycleTest, ShallowCloneIsAnEmptyElementOfTheSameClass) {
   OpenKernel file(modeltest::oneElement(fullRecord(586, 0)));
   file.kernel.seek(file.layout.elementRecordOffsets[0]);
-  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
+  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.request);
   ASSERT_TRUE(e);
   e->id = 9;
   Zarn::counted_ptr<Zarn::Base> copy = e->clone(false);
@@ -439,7 +426,6 @@ TEST_F(ElementLifecycleTest, ShallowCloneIsAnEmptyElementOfTheSameClass) {
   ASSERT_NE(c, nullptr);
   EXPECT_EQ(c->elementType(), 586);
   EXPECT_EQ(c->id, 0);
-  EXPECT_EQ(c->owner, nullptr);
   expectCleared(*c);
   EXPECT_EQ(c->velocityForce.rows, 0);
 }
@@ -461,9 +447,10 @@ TEST_F(ElementLifecycleTest, PrintsClassNameAndId) {
   EXPECT_EQ(out.str(), "TimeKernelElementShell ID=3");
 
   for (const Kind& kind : kFamily) {
-    Zarn::ReadTimeKernel k;
-    k.makePrototypes();
-    Zarn::counted_ptr<TimeKernelElement> p = k.elementPrototypes[kind.code];
+    std::map<std::int32_t, Zarn::counted_ptr<TimeKernelElement>> prototypes;
+    Zarn::counted_ptr<Zarn::TimeKernelNode> node;
+    Zarn::makePrototypes(prototypes, node);
+    Zarn::counted_ptr<TimeKernelElement> p = prototypes[kind.code];
     ASSERT_TRUE(p);
     p->id = 12;
     std::ostringstream line;
@@ -473,11 +460,12 @@ TEST_F(ElementLifecycleTest, PrintsClassNameAndId) {
 }
 
 TEST_F(ElementFamilyTest, TypeCodesAndRecoveriesFollowTheFamilyTable) {
-  Zarn::ReadTimeKernel k;
-  k.makePrototypes();
+  std::map<std::int32_t, Zarn::counted_ptr<TimeKernelElement>> prototypes;
+  Zarn::counted_ptr<Zarn::TimeKernelNode> node;
+  Zarn::makePrototypes(prototypes, node);
   for (const Kind& kind : kFamily) {
     SCOPED_TRACE(kind.name);
-    Zarn::counted_ptr<TimeKernelElement> p = k.elementPrototypes[kind.code];
+    Zarn::counted_ptr<TimeKernelElement> p = prototypes[kind.code];
     ASSERT_TRUE(p);
     EXPECT_EQ(p->elementType(), kind.code);
     EXPECT_EQ(p->hasStressRecovery(), kind.stress);

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "model/ElementFamily.h"
-#include "model/ElementReader.h"
+#include "evaluate/ElementReader.h"
 #include "model/ModelFiles.h"
 
 namespace {
@@ -54,7 +54,7 @@ struct ElementOnFile {
   ElementOnFile(std::int32_t code, const Table& forceRotation, const Table& stressRotation)
       : file(make(code, forceRotation, stressRotation)) {
     file.kernel.seek(file.layout.elementRecordOffsets[0]);
-    element = Zarn::readElementRecord(file.kernel);
+    element = Zarn::readElementRecord(file.request);
   }
   static KernelFile make(std::int32_t code, const Table& forceRotation, const Table& stressRotation) {
     ElementRecord r = ElementRecord::make(code, {0, 1, 2});

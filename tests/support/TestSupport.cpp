@@ -9,7 +9,7 @@
 #include <system_error>
 
 #include "kernelfile/FileMapping.h"
-#include "model/Allocation.h"
+#include "base/Allocation.h"
 
 namespace testsupport {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <utility>
 
-#include "model/Base.h"
-#include "model/Counted.h"
+#include "base/Base.h"
+#include "base/Counted.h"
 
 namespace Zarn {
 namespace {

@@ -9,12 +9,25 @@
 #include <cstdint>
 #include <new>
 
-#include "model/Failure.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 
-// Largest single allocation in bytes. Starts unlimited; the kernel lowers it for the duration of each call.
-extern std::int64_t allocationLimit;
+// Largest single allocation in bytes. Starts unlimited; the kernel lowers it for the duration of each call. One
+// per thread, so that queries on handles in several threads each keep the bound of their own file.
+extern thread_local std::int64_t allocationLimit;
+
+// Puts `limit` in force on this thread for the life of the object, then restores what was there.
+class AllocationLimitScope {
+ public:
+  explicit AllocationLimitScope(std::int64_t limit) : saved_(allocationLimit) { allocationLimit = limit; }
+  ~AllocationLimitScope() { allocationLimit = saved_; }
+  AllocationLimitScope(const AllocationLimitScope&) = delete;
+  AllocationLimitScope& operator=(const AllocationLimitScope&) = delete;
+
+ private:
+  std::int64_t saved_;
+};
 
 // Allocates `count` uninitialised elements of T. A count of 0 gives null. A negative count, one whose byte size
 // exceeds `allocationLimit`, and a failed allocation all fail the call.

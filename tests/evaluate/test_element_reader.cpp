@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "model/ElementFamily.h"
-#include "model/ElementReader.h"
+#include "evaluate/ElementReader.h"
 #include "model/ModelFiles.h"
 #include "model/TimeKernelNode.h"
 
@@ -19,11 +19,10 @@ using Zarn::TimeKernelElement;
 
 class ElementReaderTest : public testsupport::PlatformTest {};
 
-TEST_F(ElementReaderTest, PrototypesExistForTheTenCodesAndBelongToTheKernel) {
-  Zarn::ReadTimeKernel k;
-  k.makePrototypes();
+TEST_F(ElementReaderTest, PrototypesExistForTheTenCodesAndBelongToTheRequest) {
+  Zarn::ReadTimeKernel kernel;
+  Zarn::Request k(kernel);
   ASSERT_TRUE(k.nodePrototype);
-  EXPECT_EQ(k.nodePrototype->owner, &k);
   const std::vector<std::int32_t> codes = {580, 582, 583, 584, 586, 594, 642, 643, 645, 768};
   ASSERT_EQ(k.elementPrototypes.size(), codes.size());
   for (std::int32_t code : codes) {
@@ -32,7 +31,6 @@ TEST_F(ElementReaderTest, PrototypesExistForTheTenCodesAndBelongToTheKernel) {
     const Zarn::counted_ptr<TimeKernelElement>& p = k.elementPrototypes[code];
     ASSERT_TRUE(p);
     EXPECT_EQ(p->elementType(), code);
-    EXPECT_EQ(p->owner, &k);
     EXPECT_EQ(p->id, 0);
     EXPECT_EQ(p->dofRows.size, 0);
     EXPECT_EQ(p.useCount(), 1u);  // the map is the only owner
@@ -51,16 +49,16 @@ TEST_F(ElementReaderTest, UnknownCodesGiveNothingAndLeaveTheReaderBehindTheCode)
     SCOPED_TRACE(k);
     const std::int64_t at = file.layout.elementRecordOffsets[k];
     file.kernel.seek(at);
-    EXPECT_FALSE(Zarn::readElementRecord(file.kernel));
+    EXPECT_FALSE(Zarn::readElementRecord(file.request));
     EXPECT_EQ(file.kernel.tell(), at + 4);
     file.kernel.seek(at);
-    Zarn::counted_ptr<TimeKernelElement> none = Zarn::readElementDofRows(file.kernel);
+    Zarn::counted_ptr<TimeKernelElement> none = Zarn::readElementDofRows(file.request);
     EXPECT_FALSE(none);
     EXPECT_EQ(none.get(), nullptr);
     EXPECT_EQ(file.kernel.tell(), at + 4);
   }
   // No prototype took anything in.
-  for (const auto& entry : file.kernel.elementPrototypes) EXPECT_EQ(entry.second->dofRows.size, 0);
+  for (const auto& entry : file.request.elementPrototypes) EXPECT_EQ(entry.second->dofRows.size, 0);
 }
 
 TEST_F(ElementReaderTest, FirstFormReadsOnlyTheRows) {
@@ -69,9 +67,9 @@ TEST_F(ElementReaderTest, FirstFormReadsOnlyTheRows) {
   OpenKernel file(modeltest::oneElement(r));
   const std::int64_t at = file.layout.elementRecordOffsets[0];
   file.kernel.seek(at);
-  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementDofRows(file.kernel);
+  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementDofRows(file.request);
   ASSERT_TRUE(e);
-  EXPECT_EQ(e.get(), file.kernel.elementPrototypes[583].get());
+  EXPECT_EQ(e.get(), file.request.elementPrototypes[583].get());
   EXPECT_EQ(e.useCount(), 2u);  // the map's share and this one
   ASSERT_EQ(e->dofRows.size, 4);
   EXPECT_EQ(e->dofRows[0], 9);
@@ -86,7 +84,7 @@ TEST_F(ElementReaderTest, ElementWithoutDofsAddsNoRows) {
   OpenKernel file(modeltest::oneElement(ElementRecord::make(594, {})));
   const std::int64_t at = file.layout.elementRecordOffsets[0];
   file.kernel.seek(at);
-  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementDofRows(file.kernel);
+  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementDofRows(file.request);
   ASSERT_TRUE(e);
   EXPECT_EQ(e->dofRows.size, 0);
   EXPECT_EQ(e->dofRows.data, nullptr);
@@ -100,7 +98,7 @@ TEST_F(ElementReaderTest, SecondFormReadsTheWholeRecordIntoThePrototype) {
   OpenKernel file(modeltest::oneElement(r));
   const std::int64_t at = file.layout.elementRecordOffsets[0];
   file.kernel.seek(at);
-  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.kernel);
+  Zarn::counted_ptr<TimeKernelElement> e = Zarn::readElementRecord(file.request);
   ASSERT_TRUE(e);
   EXPECT_STREQ(e->className(), "TimeKernelElementRigidBar");
   ASSERT_EQ(e->forceRecovery.rows, 1);
@@ -109,14 +107,14 @@ TEST_F(ElementReaderTest, SecondFormReadsTheWholeRecordIntoThePrototype) {
   EXPECT_EQ(file.kernel.tell(), at + r.byteSize());
   // Dropping the share leaves the prototype, and its record, in the map until it is cleared.
   e.reset();
-  EXPECT_EQ(file.kernel.elementPrototypes[584]->dofRows.size, 2);
+  EXPECT_EQ(file.request.elementPrototypes[584]->dofRows.size, 2);
 }
 
 TEST_F(ElementReaderTest, CodeThatCannotBeReadCountsAsUnknown) {
   OpenKernel file(modeltest::oneElement(ElementRecord::make(645, {1})));
   file.kernel.seek(-4);  // no view can be made at a negative position
-  EXPECT_FALSE(Zarn::readElementRecord(file.kernel));
-  EXPECT_FALSE(Zarn::readElementDofRows(file.kernel));
+  EXPECT_FALSE(Zarn::readElementRecord(file.request));
+  EXPECT_FALSE(Zarn::readElementDofRows(file.request));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "model/Base.h"
+#include "base/Base.h"
 
 #include <ostream>
 

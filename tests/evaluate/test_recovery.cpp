@@ -8,9 +8,9 @@
 
 #include "keys/KeySet.h"
 #include "keys/LineElementKeys.h"
-#include "model/Blas.h"
+#include "base/Blas.h"
 #include "model/ElementFamily.h"
-#include "model/ElementRecovery.h"
+#include "evaluate/KeyedRecovery.h"
 #include "support/TestSupport.h"
 
 namespace Zarn {
@@ -377,17 +377,6 @@ TEST(Recovery, VelocitiesOrLoadFactorsShorterThanTheStepsFail) {
   recoverForce(shell, keys, 0, u, vel, a, output);
   recoverStress(shell, keys, 0, u, a, output);
   for (double x : out) EXPECT_NE(x, 0.0);
-}
-
-TEST(Recovery, TheDriverWithoutOwnerDoesNothing) {
-  TimeKernelElementShell shell;
-  fillShell(shell);
-  shell.dofRows.resize(kDofs);
-  for (std::int32_t k = 0; k < kDofs; ++k) *shell.dofRows.at(k) = k;
-  std::vector<double> out(8, kGap);
-  Matrix output = Matrix::view(2, 4, out.data(), 2);
-  recoverElement(shell, 0, Matrix(), output);
-  for (double x : out) EXPECT_EQ(x, kGap);
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 
 #include <cstdint>
 
-#include "model/Records.h"
+#include "base/DenseRecords.h"
 
 namespace Zarn {
 

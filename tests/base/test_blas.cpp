@@ -6,7 +6,7 @@
 #include <limits>
 #include <vector>
 
-#include "model/Blas.h"
+#include "base/Blas.h"
 #include "support/TestSupport.h"
 
 namespace Zarn {

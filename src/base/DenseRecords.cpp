@@ -1,10 +1,10 @@
-#include "model/Records.h"
+#include "base/DenseRecords.h"
 
 #include <cstring>
 #include <utility>
 
-#include "model/Allocation.h"
-#include "model/Failure.h"
+#include "base/Allocation.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 

@@ -1,4 +1,4 @@
-#include "keys/IdMap.h"
+#include "base/IdMap.h"
 
 #include <algorithm>
 

@@ -7,6 +7,7 @@
 #include <set>
 #include <vector>
 
+#include "evaluate/Request.h"
 #include "kernelfile/ReadTimeKernel.h"
 #include "keys/RequestList.h"
 #include "kernelwriter/KernelWriter.h"
@@ -68,11 +69,12 @@ class SelectionTest : public testsupport::PlatformTest {
   }
 
   std::vector<std::int32_t> requiredRows() const {
-    return std::vector<std::int32_t>(kernel.requiredRows, kernel.requiredRows + kernel.requiredRowCount);
+    return std::vector<std::int32_t>(request.requiredRows, request.requiredRows + request.requiredRowCount);
   }
 
   TempFile file{"selection"};
   ReadTimeKernel kernel;
+  Request request{kernel};
 };
 
 // ---- requestedOffsets ----
@@ -87,10 +89,10 @@ TEST_F(SelectionOffsets, NodesResolveToTheirRecordsAndMissingIdsToMinusOne) {
   const Layout layout = open(f);
   ASSERT_EQ(layout.nodeRecordOffsets.size(), 3u);
   const std::vector<std::int32_t> ids = {30, 99, 10, -20, 0};
-  kernel.selectNodes(requestOf(ids));
+  request.selectNodes(requestOf(ids));
   const std::vector<std::int64_t> expected = {layout.nodeRecordOffsets[2], -1, layout.nodeRecordOffsets[0],
                                               layout.nodeRecordOffsets[1], -1};
-  EXPECT_EQ(kernel.requestedOffsets, expected);
+  EXPECT_EQ(request.requestedOffsets, expected);
 }
 
 TEST_F(SelectionOffsets, ElementsResolveToTheirRecordsAndMissingIdsToMinusOne) {
@@ -101,10 +103,10 @@ TEST_F(SelectionOffsets, ElementsResolveToTheirRecordsAndMissingIdsToMinusOne) {
   const Layout layout = open(f);
   ASSERT_EQ(layout.elementRecordOffsets.size(), 3u);
   const std::vector<std::int32_t> ids = {88, 12345, -7, 501};
-  kernel.selectElements(requestOf(ids));
+  request.selectElements(requestOf(ids));
   const std::vector<std::int64_t> expected = {layout.elementRecordOffsets[2], -1, layout.elementRecordOffsets[1],
                                               layout.elementRecordOffsets[0]};
-  EXPECT_EQ(kernel.requestedOffsets, expected);
+  EXPECT_EQ(request.requestedOffsets, expected);
 }
 
 TEST_F(SelectionOffsets, NodesAndElementsUseTheirOwnDirectories) {
@@ -115,11 +117,11 @@ TEST_F(SelectionOffsets, NodesAndElementsUseTheirOwnDirectories) {
   f.addElement(10, ElementRecord::make(583, elementRows));
   const Layout layout = open(f);
   const std::vector<std::int32_t> ids = {10};
-  kernel.selectNodes(requestOf(ids));
-  EXPECT_EQ(kernel.requestedOffsets, std::vector<std::int64_t>{layout.nodeRecordOffsets[0]});
+  request.selectNodes(requestOf(ids));
+  EXPECT_EQ(request.requestedOffsets, std::vector<std::int64_t>{layout.nodeRecordOffsets[0]});
   EXPECT_EQ(requiredRows(), unionOf({nodeRows}));
-  kernel.selectElements(requestOf(ids));
-  EXPECT_EQ(kernel.requestedOffsets, std::vector<std::int64_t>{layout.elementRecordOffsets[0]});
+  request.selectElements(requestOf(ids));
+  EXPECT_EQ(request.requestedOffsets, std::vector<std::int64_t>{layout.elementRecordOffsets[0]});
   EXPECT_EQ(requiredRows(), unionOf({elementRows}));
 }
 
@@ -131,13 +133,13 @@ TEST_F(SelectionOffsets, DuplicatedRequestGivesTwoEntries) {
   f.addElement(4, ElementRecord::make(645, {5}));
   const Layout layout = open(f);
   const std::vector<std::int32_t> nodes = {2, 1, 2};
-  kernel.selectNodes(requestOf(nodes));
-  EXPECT_EQ(kernel.requestedOffsets, (std::vector<std::int64_t>{layout.nodeRecordOffsets[1], layout.nodeRecordOffsets[0],
+  request.selectNodes(requestOf(nodes));
+  EXPECT_EQ(request.requestedOffsets, (std::vector<std::int64_t>{layout.nodeRecordOffsets[1], layout.nodeRecordOffsets[0],
                                                                  layout.nodeRecordOffsets[1]}));
   EXPECT_EQ(requiredRows(), unionOf({{0}, {1}}));
   const std::vector<std::int32_t> elements = {4, 4};
-  kernel.selectElements(requestOf(elements));
-  EXPECT_EQ(kernel.requestedOffsets,
+  request.selectElements(requestOf(elements));
+  EXPECT_EQ(request.requestedOffsets,
             (std::vector<std::int64_t>{layout.elementRecordOffsets[1], layout.elementRecordOffsets[1]}));
   EXPECT_EQ(requiredRows(), unionOf({{5}}));
 }
@@ -151,8 +153,8 @@ TEST_F(SelectionOffsets, RequestListStrideIsHonoured) {
   RequestList list = requestOf(ids);
   list.count = 3;
   list.stride = 2;
-  kernel.selectNodes(list);
-  EXPECT_EQ(kernel.requestedOffsets, (std::vector<std::int64_t>{layout.nodeRecordOffsets[1], layout.nodeRecordOffsets[0], -1}));
+  request.selectNodes(list);
+  EXPECT_EQ(request.requestedOffsets, (std::vector<std::int64_t>{layout.nodeRecordOffsets[1], layout.nodeRecordOffsets[0], -1}));
 }
 
 // A file whose records come first, so that their offsets do not depend on the directories; `extra` adds raw
@@ -189,11 +191,11 @@ TEST_F(SelectionOffsets, DuplicatedDirectoryIdResolvesToItsLastOccurrence) {
     const Layout layout = open(duplicatedDirectory(true, false, node20, element20));
     ASSERT_EQ(layout.nodeRecordOffsets, plain.nodeRecordOffsets);
     ASSERT_EQ(layout.elementRecordOffsets, plain.elementRecordOffsets);
-    kernel.selectNodes(requestOf(ids));
-    EXPECT_EQ(kernel.requestedOffsets, std::vector<std::int64_t>{node20});
+    request.selectNodes(requestOf(ids));
+    EXPECT_EQ(request.requestedOffsets, std::vector<std::int64_t>{node20});
     EXPECT_EQ(requiredRows(), unionOf({{5, 6}}));
-    kernel.selectElements(requestOf(ids));
-    EXPECT_EQ(kernel.requestedOffsets, std::vector<std::int64_t>{element20});
+    request.selectElements(requestOf(ids));
+    EXPECT_EQ(request.requestedOffsets, std::vector<std::int64_t>{element20});
     EXPECT_EQ(requiredRows(), unionOf({{15, 16}}));
     kernel.endCycle();
   }
@@ -202,11 +204,11 @@ TEST_F(SelectionOffsets, DuplicatedDirectoryIdResolvesToItsLastOccurrence) {
     const Layout layout = open(duplicatedDirectory(true, true, node20, element20));
     ASSERT_EQ(layout.nodeRecordOffsets, plain.nodeRecordOffsets);
     ASSERT_EQ(layout.elementRecordOffsets, plain.elementRecordOffsets);
-    kernel.selectNodes(requestOf(ids));
-    EXPECT_EQ(kernel.requestedOffsets, std::vector<std::int64_t>{node10});
+    request.selectNodes(requestOf(ids));
+    EXPECT_EQ(request.requestedOffsets, std::vector<std::int64_t>{node10});
     EXPECT_EQ(requiredRows(), unionOf({{1, 2}}));
-    kernel.selectElements(requestOf(ids));
-    EXPECT_EQ(kernel.requestedOffsets, std::vector<std::int64_t>{element10});
+    request.selectElements(requestOf(ids));
+    EXPECT_EQ(request.requestedOffsets, std::vector<std::int64_t>{element10});
     EXPECT_EQ(requiredRows(), unionOf({{11, 12}}));
   }
 }
@@ -223,9 +225,9 @@ TEST_F(SelectionRows, NodeRowsAreSortedAndSharedRowsKeptOnce) {
   f.addNode(3, node(c));
   open(f);
   const std::vector<std::int32_t> ids = {3, 1, 2};
-  kernel.selectNodes(requestOf(ids));
+  request.selectNodes(requestOf(ids));
   EXPECT_EQ(requiredRows(), unionOf({a, b, c}));
-  EXPECT_EQ(kernel.requiredRowCount, static_cast<std::int32_t>(unionOf({a, b, c}).size()));
+  EXPECT_EQ(request.requiredRowCount, static_cast<std::int32_t>(unionOf({a, b, c}).size()));
 }
 
 TEST_F(SelectionRows, ElementRowsAreSortedAndSharedRowsKeptOnce) {
@@ -236,7 +238,7 @@ TEST_F(SelectionRows, ElementRowsAreSortedAndSharedRowsKeptOnce) {
   f.addElement(300, ElementRecord::make(582, c));
   open(f);
   const std::vector<std::int32_t> ids = {200, 300, 100};
-  kernel.selectElements(requestOf(ids));
+  request.selectElements(requestOf(ids));
   EXPECT_EQ(requiredRows(), unionOf({a, b, c}));
 }
 
@@ -248,15 +250,15 @@ TEST_F(SelectionRows, ElementOfAnUnknownTypeContributesNothing) {
   f.addElement(3, ElementRecord::make(581, unknown));
   const Layout layout = open(f);
   const std::vector<std::int32_t> ids = {1, 2, 3};
-  kernel.selectElements(requestOf(ids));
+  request.selectElements(requestOf(ids));
   // The unknown elements are in the directory and keep their positions; they only add no rows.
-  EXPECT_EQ(kernel.requestedOffsets, (std::vector<std::int64_t>{layout.elementRecordOffsets[0],
+  EXPECT_EQ(request.requestedOffsets, (std::vector<std::int64_t>{layout.elementRecordOffsets[0],
                                                                  layout.elementRecordOffsets[1],
                                                                  layout.elementRecordOffsets[2]}));
   EXPECT_EQ(requiredRows(), unionOf({known}));
 
   const std::vector<std::int32_t> onlyUnknown = {3, 1};
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectElements(requestOf(onlyUnknown)); }));
+  EXPECT_TRUE(raisesFailure([&] { request.selectElements(requestOf(onlyUnknown)); }));
 }
 
 TEST_F(SelectionRows, AllFamilyCodesContribute) {
@@ -271,7 +273,7 @@ TEST_F(SelectionRows, AllFamilyCodesContribute) {
     ids.push_back(1000 + k);
   }
   open(f);
-  kernel.selectElements(requestOf(ids));
+  request.selectElements(requestOf(ids));
   EXPECT_EQ(requiredRows(), unionOf(lists));
 }
 
@@ -283,11 +285,11 @@ TEST_F(SelectionRows, NodeWithoutDegreesOfFreedomContributesNothing) {
   f.addNode(30, NodeRecord::make({}, {}, {1, 0, 0, 0, 1, 0, 0, 0, 1}));
   open(f);
   const std::vector<std::int32_t> ids = {10, 20, 30};
-  kernel.selectNodes(requestOf(ids));
+  request.selectNodes(requestOf(ids));
   EXPECT_EQ(requiredRows(), unionOf({rows}));
 
   const std::vector<std::int32_t> empties = {10, 30};
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectNodes(requestOf(empties)); }));
+  EXPECT_TRUE(raisesFailure([&] { request.selectNodes(requestOf(empties)); }));
 }
 
 TEST_F(SelectionRows, ElementWithoutDegreesOfFreedomContributesNothing) {
@@ -297,10 +299,10 @@ TEST_F(SelectionRows, ElementWithoutDegreesOfFreedomContributesNothing) {
   f.addElement(2, ElementRecord::make(583, rows));
   open(f);
   const std::vector<std::int32_t> ids = {1, 2};
-  kernel.selectElements(requestOf(ids));
+  request.selectElements(requestOf(ids));
   EXPECT_EQ(requiredRows(), unionOf({rows}));
   const std::vector<std::int32_t> empty = {1};
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectElements(requestOf(empty)); }));
+  EXPECT_TRUE(raisesFailure([&] { request.selectElements(requestOf(empty)); }));
 }
 
 TEST_F(SelectionRows, NodeWithARotationIsReadWhole) {
@@ -311,7 +313,7 @@ TEST_F(SelectionRows, NodeWithARotationIsReadWhole) {
   f.addNode(2, node(b));
   open(f);
   const std::vector<std::int32_t> ids = {1, 2};
-  kernel.selectNodes(requestOf(ids));
+  request.selectNodes(requestOf(ids));
   EXPECT_EQ(requiredRows(), unionOf({a, b}));
 }
 
@@ -323,17 +325,17 @@ TEST_F(SelectionRows, SecondSelectionReplacesTheFirst) {
   f.addNode(3, node(c));
   const Layout layout = open(f);
   const std::vector<std::int32_t> first = {1, 3};
-  kernel.selectNodes(requestOf(first));
+  request.selectNodes(requestOf(first));
   EXPECT_EQ(requiredRows(), unionOf({a, c}));
   // Another selection of another row count.
   const std::vector<std::int32_t> second = {2};
-  kernel.selectNodes(requestOf(second));
-  EXPECT_EQ(kernel.requestedOffsets, std::vector<std::int64_t>{layout.nodeRecordOffsets[1]});
+  request.selectNodes(requestOf(second));
+  EXPECT_EQ(request.requestedOffsets, std::vector<std::int64_t>{layout.nodeRecordOffsets[1]});
   EXPECT_EQ(requiredRows(), unionOf({b}));
   // And one of the same row count, whose rows differ.
   const std::vector<std::int32_t> third = {1};
-  kernel.selectNodes(requestOf(third));
-  EXPECT_EQ(kernel.requestedOffsets, std::vector<std::int64_t>{layout.nodeRecordOffsets[0]});
+  request.selectNodes(requestOf(third));
+  EXPECT_EQ(request.requestedOffsets, std::vector<std::int64_t>{layout.nodeRecordOffsets[0]});
   EXPECT_EQ(requiredRows(), unionOf({a}));
 }
 
@@ -344,8 +346,8 @@ TEST_F(SelectionRows, ElementSelectionAfterNodeSelectionHoldsOnlyElementRows) {
   f.addElement(9, ElementRecord::make(645, elementRows));
   open(f);
   const std::vector<std::int32_t> nodes = {1}, elements = {9};
-  kernel.selectNodes(requestOf(nodes));
-  kernel.selectElements(requestOf(elements));
+  request.selectNodes(requestOf(nodes));
+  request.selectElements(requestOf(elements));
   EXPECT_EQ(requiredRows(), unionOf({elementRows}));
 }
 
@@ -359,10 +361,10 @@ TEST_F(SelectionFails, RequestOfMissingIdsOnly) {
   f.addElement(2, ElementRecord::make(645, {0}));
   open(f);
   const std::vector<std::int32_t> ids = {5, 6};
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectNodes(requestOf(ids)); }));
-  EXPECT_EQ(kernel.requestedOffsets, (std::vector<std::int64_t>{-1, -1}));
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectElements(requestOf(ids)); }));
-  EXPECT_EQ(kernel.requestedOffsets, (std::vector<std::int64_t>{-1, -1}));
+  EXPECT_TRUE(raisesFailure([&] { request.selectNodes(requestOf(ids)); }));
+  EXPECT_EQ(request.requestedOffsets, (std::vector<std::int64_t>{-1, -1}));
+  EXPECT_TRUE(raisesFailure([&] { request.selectElements(requestOf(ids)); }));
+  EXPECT_EQ(request.requestedOffsets, (std::vector<std::int64_t>{-1, -1}));
 }
 
 TEST_F(SelectionFails, EmptyRequest) {
@@ -371,10 +373,10 @@ TEST_F(SelectionFails, EmptyRequest) {
   f.addElement(2, ElementRecord::make(645, {0}));
   open(f);
   const std::vector<std::int32_t> none;
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectNodes(requestOf(none)); }));
-  EXPECT_TRUE(kernel.requestedOffsets.empty());
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectElements(requestOf(none)); }));
-  EXPECT_TRUE(kernel.requestedOffsets.empty());
+  EXPECT_TRUE(raisesFailure([&] { request.selectNodes(requestOf(none)); }));
+  EXPECT_TRUE(request.requestedOffsets.empty());
+  EXPECT_TRUE(raisesFailure([&] { request.selectElements(requestOf(none)); }));
+  EXPECT_TRUE(request.requestedOffsets.empty());
 }
 
 TEST_F(SelectionFails, DirectoryWithNoEntries) {
@@ -383,10 +385,10 @@ TEST_F(SelectionFails, DirectoryWithNoEntries) {
   f.setDirectoryPresent(kernelwriter::kElementDirectory, true);
   open(f);
   const std::vector<std::int32_t> ids = {1};
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectNodes(requestOf(ids)); }));
-  EXPECT_EQ(kernel.requestedOffsets, std::vector<std::int64_t>{-1});
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectElements(requestOf(ids)); }));
-  EXPECT_EQ(kernel.requestedOffsets, std::vector<std::int64_t>{-1});
+  EXPECT_TRUE(raisesFailure([&] { request.selectNodes(requestOf(ids)); }));
+  EXPECT_EQ(request.requestedOffsets, std::vector<std::int64_t>{-1});
+  EXPECT_TRUE(raisesFailure([&] { request.selectElements(requestOf(ids)); }));
+  EXPECT_EQ(request.requestedOffsets, std::vector<std::int64_t>{-1});
 }
 
 TEST_F(SelectionFails, AbsentDirectory) {
@@ -398,8 +400,8 @@ TEST_F(SelectionFails, AbsentDirectory) {
   f.setDirectoryPresent(kernelwriter::kElementDirectory, false);
   open(f);
   const std::vector<std::int32_t> ids = {1};
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectNodes(requestOf(ids)); }));
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectElements(requestOf(ids)); }));
+  EXPECT_TRUE(raisesFailure([&] { request.selectNodes(requestOf(ids)); }));
+  EXPECT_TRUE(raisesFailure([&] { request.selectElements(requestOf(ids)); }));
 }
 
 TEST_F(SelectionFails, OnlyTheOtherDirectoryPresent) {
@@ -407,8 +409,8 @@ TEST_F(SelectionFails, OnlyTheOtherDirectoryPresent) {
   f.addNode(1, node({0}));  // a node directory and no element directory
   open(f);
   const std::vector<std::int32_t> ids = {1};
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectElements(requestOf(ids)); }));
-  EXPECT_NO_THROW(kernel.selectNodes(requestOf(ids)));
+  EXPECT_TRUE(raisesFailure([&] { request.selectElements(requestOf(ids)); }));
+  EXPECT_NO_THROW(request.selectNodes(requestOf(ids)));
 }
 
 TEST_F(SelectionFails, MislabelledDirectory) {
@@ -419,8 +421,8 @@ TEST_F(SelectionFails, MislabelledDirectory) {
   f.setSectionHeaderOverride(kernelwriter::kElementDirectory, kernelwriter::kNodeDirectory, 1, 0);
   open(f);
   const std::vector<std::int32_t> ids = {1};
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectNodes(requestOf(ids)); }));
-  EXPECT_TRUE(raisesFailure([&] { kernel.selectElements(requestOf(ids)); }));
+  EXPECT_TRUE(raisesFailure([&] { request.selectNodes(requestOf(ids)); }));
+  EXPECT_TRUE(raisesFailure([&] { request.selectElements(requestOf(ids)); }));
 }
 
 TEST_F(SelectionFails, DirectorySecondCountIsNotUsed) {
@@ -429,8 +431,8 @@ TEST_F(SelectionFails, DirectorySecondCountIsNotUsed) {
   f.setSectionHeaderOverride(kernelwriter::kNodeDirectory, kernelwriter::kNodeDirectory, 1, 999);
   const Layout layout = open(f);
   const std::vector<std::int32_t> ids = {1};
-  EXPECT_NO_THROW(kernel.selectNodes(requestOf(ids)));
-  EXPECT_EQ(kernel.requestedOffsets, std::vector<std::int64_t>{layout.nodeRecordOffsets[0]});
+  EXPECT_NO_THROW(request.selectNodes(requestOf(ids)));
+  EXPECT_EQ(request.requestedOffsets, std::vector<std::int64_t>{layout.nodeRecordOffsets[0]});
   EXPECT_EQ(requiredRows(), unionOf({{4}}));
 }
 

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "model/Records.h"
+#include "base/DenseRecords.h"
 #include "support/TestSupport.h"
 
 namespace Zarn {

@@ -6,7 +6,7 @@
 #include <map>
 #include <vector>
 
-#include "keys/IdMap.h"
+#include "base/IdMap.h"
 
 namespace Zarn {
 namespace {

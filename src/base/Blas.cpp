@@ -1,6 +1,6 @@
-#include "model/Blas.h"
+#include "base/Blas.h"
 
-#include "model/Failure.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 

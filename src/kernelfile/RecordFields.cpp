@@ -1,11 +1,11 @@
-#include "model/RecordFields.h"
+#include "kernelfile/RecordFields.h"
 
 #include <cstring>
 
-#include "kernelfile/Bytes.h"
-#include "kernelfile/Checked.h"
+#include "base/Bytes.h"
+#include "base/Checked.h"
 #include "kernelfile/FileMapping.h"
-#include "model/Failure.h"
+#include "base/Failure.h"
 
 namespace Zarn {
 

@@ -2,7 +2,7 @@
 // before it ends (n is the dof count, m the reference size):
 //
 //   OFFSET     SIZE    FIELD
-//        0        4    1  type code (i32); read by ElementReader, which picks the prototype
+//        0        4    1  type code (i32); read by whoever picks the element class
 //        4        4    2  dof count n (u32); above INT32_MAX the record is corrupt
 //        8       4n    3  dofRows (u32 each)
 //   8 + 4n    table    4  forceRotation
@@ -20,34 +20,32 @@
 //
 // A table is rows (u32) and cols (u32), then rows * cols f64 column-major: 8 + 8 * rows * cols bytes. An empty
 // table is its two counts alone.
+#include "kernelfile/ElementRecord.h"
+
 #include <initializer_list>
 
-#include "kernelfile/ReadTimeKernel.h"
-#include "model/RecordFields.h"
-#include "model/TimeKernelElement.h"
+#include "kernelfile/FileMapping.h"
+#include "kernelfile/RecordFields.h"
 
 namespace Zarn {
 
-void TimeKernelElement::readDofRows() {
-  if (owner == nullptr) return;
-  FileMapping& in = owner->mapping;
+void readElementDofRows(FileMapping& in, IntArray& dofRows) {
   std::int32_t n = 0;
   if (!readCount(in, n)) return;
   readIntRun(in, dofRows, n);
 }
 
-void TimeKernelElement::readRecord() {
-  if (owner == nullptr) return;
-  FileMapping& in = owner->mapping;
+void readElementRecordFields(FileMapping& in, const ElementRecordFields& record) {
   // Each step stops the record at the first field that cannot be read; the rest keep what they held.
   std::int32_t n = 0;
-  if (!readCount(in, n) || !readIntRun(in, dofRows, n)) return;
-  for (Matrix* table : {&forceRotation, &stressRotation, &forceOffset, &stressOffset}) {
+  if (!readCount(in, n) || !readIntRun(in, record.dofRows, n)) return;
+  for (Matrix* table : {&record.forceRotation, &record.stressRotation, &record.forceOffset, &record.stressOffset}) {
     if (!readTable(in, *table)) return;
   }
   std::int32_t m = 0;
-  if (!readCount(in, m) || !readDoubleRun(in, referenceDisplacement, m)) return;
-  for (Matrix* table : {&forceLoad, &stressLoad, &forceRecovery, &stressRecovery, &velocityForce}) {
+  if (!readCount(in, m) || !readDoubleRun(in, record.referenceDisplacement, m)) return;
+  for (Matrix* table : {&record.forceLoad, &record.stressLoad, &record.forceRecovery, &record.stressRecovery,
+                        &record.velocityForce}) {
     if (!readTable(in, *table)) return;
   }
   // What the tenth table holds does not matter here; it is read only so that the reader ends up behind the

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <iosfwd>
 
-#include "model/Counted.h"
+#include "base/Counted.h"
 
 namespace Zarn {
 

@@ -1,0 +1,60 @@
+// Request selection: from the caller's IDs to record positions (through the directories, kernelfile), and from
+// the records to the response-table rows that the call needs.
+#include <algorithm>
+#include <vector>
+
+#include "base/Allocation.h"
+#include "base/ClearOnExit.h"
+#include "base/Failure.h"
+#include "evaluate/ElementReader.h"
+#include "evaluate/Request.h"
+#include "kernelfile/Sections.h"
+
+namespace Zarn {
+
+using namespace sections;
+
+void Request::storeRequiredRows(std::vector<std::int32_t>& rows) {
+  std::stable_sort(rows.begin(), rows.end());
+  rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+  if (rows.empty()) failBecause("no requested ID is in the file (or none has a degree of freedom)");
+  const auto count = static_cast<std::int32_t>(rows.size());
+  if (count != requiredRowCount) {
+    std::int32_t* fresh = allocateArray<std::int32_t>(count);
+    releaseArray(requiredRows);
+    requiredRows = fresh;
+    requiredRowCount = count;
+  }
+  std::copy(rows.begin(), rows.end(), requiredRows);
+}
+
+void Request::selectNodes(const RequestList& list) {
+  kernel.findRecords(kNodeDirectory, list.values, list.count, list.stride, requestedOffsets);
+  std::vector<std::int32_t> rows;
+  TK_CHECK(static_cast<bool>(nodePrototype));
+  TimeKernelNode& node = *nodePrototype;
+  for (const std::int64_t offset : requestedOffsets) {
+    if (offset < 0) continue;
+    kernel.seek(offset);
+    ClearOnExit<TimeKernelNode> clearNode(node);
+    readNode(kernel, node);
+    rows.insert(rows.end(), node.dofRows.data, node.dofRows.data + node.dofRows.size);
+  }
+  storeRequiredRows(rows);
+}
+
+void Request::selectElements(const RequestList& list) {
+  kernel.findRecords(kElementDirectory, list.values, list.count, list.stride, requestedOffsets);
+  std::vector<std::int32_t> rows;
+  for (const std::int64_t offset : requestedOffsets) {
+    if (offset < 0) continue;
+    kernel.seek(offset);
+    counted_ptr<TimeKernelElement> element = readElementDofRows(*this);
+    if (!element) continue;  // unknown type code: no element, nothing gathered
+    ClearOnExit<TimeKernelElement> clearElement(*element);
+    rows.insert(rows.end(), element->dofRows.data, element->dofRows.data + element->dofRows.size);
+  }
+  storeRequiredRows(rows);
+}
+
+}  // namespace Zarn
