@@ -20,7 +20,7 @@ expect_match("${info}" "\n Depends: [^\n]*libopenblas" "dpkg-deb --info")
 expect_match("${info}" " shlibs " "dpkg-deb --info")
 run_checked(contents dpkg-deb --contents ${deb})
 foreach(path usr/${LIBDIR}/libTimeKernel.so.${VERSION} usr/include/TimeKernel.h usr/${LIBDIR}/pkgconfig/timekernel.pc
-        usr/${LIBDIR}/cmake/TimeKernel/TimeKernelConfig.cmake usr/bin/tkdump)
+        usr/${LIBDIR}/cmake/TimeKernel/TimeKernelConfig.cmake usr/bin/timekernel)
   expect_match("${contents}" " \\./${path}[\n ]" "dpkg-deb --contents")
 endforeach()
 
@@ -42,8 +42,8 @@ build_with_pkg_config(${CC} ${SOURCE} ${root}/usr/${LIBDIR}/pkgconfig ${WORK_DIR
 run_checked(out ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${root}/usr/${LIBDIR} ${WORK_DIR}/consumer ${KERNEL_FILE})
 expect_match("${out}" "^${ELEMENTS} elements\nconsumer ok\n$" "the consumer's output")
 # The installed tool finds the installed library through its run path.
-run_checked(listing ${root}/usr/bin/tkdump ${KERNEL_FILE} elements)
-string(REGEX MATCHALL "[0-9]+\n" lines "${listing}")
+run_checked(listing ${root}/usr/bin/timekernel elements ${KERNEL_FILE} --format csv)
+string(REGEX MATCHALL "\n[0-9]+," lines "${listing}")
 list(LENGTH lines n)
 if(NOT n EQUAL ELEMENTS)
   message(FATAL_ERROR "the installed tool listed ${n} elements, not ${ELEMENTS}:\n${listing}")
