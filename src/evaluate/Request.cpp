@@ -37,6 +37,20 @@ void Request::clear() {
   keys = RequestList{};
 }
 
+void Request::ask(std::int32_t flagWord, const std::int32_t* idValues, std::int32_t idCount,
+                  const std::int32_t* keyValues, std::int32_t keyCount, std::int32_t mode, std::int32_t step) {
+  flags = flagWord;
+  ids = RequestList{idValues, idCount, 1, false};
+  keys = RequestList{keyValues, keyCount, 1, false};
+  modeNumber = mode;
+  stepNumber = step;
+}
+
+void checkResultArray(const double* result, std::int32_t resultLength) {
+  if (resultLength < 0) failBecause("resultLength " + std::to_string(resultLength) + " is negative");
+  if (resultLength > 0 && result == nullptr) failBecause("result is NULL");
+}
+
 void selectMode(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_t modeNumber) {
   if (flags::has(flagWord, flags::kSingleMode)) {
     const std::int64_t mode = static_cast<std::int64_t>(modeNumber) - 1;

@@ -27,8 +27,10 @@ class ReadTimeKernel : public TimeKernel {
   ReadTimeKernel(const ReadTimeKernel&) = delete;
   ReadTimeKernel& operator=(const ReadTimeKernel&) = delete;
 
-  // A new ReadTimeKernel. With `deep` it copies the name, the table, the counts and the selected mode. The clone of an open kernel sees the same file and view but never releases
-  // them (its close only forgets them), so the source stays valid; it must not be used after the source closes.
+  // A new ReadTimeKernel. With `deep` it copies the name, the table, the counts and the selected mode. The clone
+  // of an open kernel sees the same file and view but never releases them (its close only forgets them), so the
+  // source stays valid; it must not be used after the source closes.
+  // Kept as part of the object model; no export reaches it.
   counted_ptr<Base> clone(bool deep) const override;
   const char* className() const override { return "ReadTimeKernel"; }
 
