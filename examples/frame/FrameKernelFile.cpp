@@ -28,7 +28,8 @@ kernelwriter::Table offset(const Dense& t, const std::vector<double>& u, uint32_
 
 }  // namespace
 
-void writeKernelFile(const FrameModel& model, const GroundMotion& ground, const Solution& s, const std::string& path) {
+void writeKernelFile(const FrameModel& model, const GroundMotion& ground, const Solution& s,
+                     const std::string& path) {
   kernelwriter::KernelFile file;
   const int n = s.dofs, modes = s.modes, steps = s.steps;
 
@@ -36,7 +37,8 @@ void writeKernelFile(const FrameModel& model, const GroundMotion& ground, const 
   std::vector<double> base(static_cast<size_t>(9) * static_cast<size_t>(steps));
   for (int t = 0; t < steps; ++t)
     for (int c = 0; c < 3; ++c) {
-      const size_t at = static_cast<size_t>(9 * t + c), st = static_cast<size_t>(t), sc = static_cast<size_t>(c);
+      const size_t at = static_cast<size_t>(9 * t + c), st = static_cast<size_t>(t),
+                   sc = static_cast<size_t>(c);
       base[at] = ground.displacement[sc][st];
       base[at + 3] = ground.velocity[sc][st];
       base[at + 6] = ground.acceleration[sc][st];
@@ -57,7 +59,7 @@ void writeKernelFile(const FrameModel& model, const GroundMotion& ground, const 
   const Dense* direct[3] = {&s.disp, &s.vel, &s.acc};
   const Dense* modal[3] = {&s.q, &s.qd, &s.qdd};
   for (int k = 0; k < 3; ++k) {
-    file.setMatrix(21 + k, steps, n, direct[k]->v);  // steps x rows: each row's history in one run
+    file.setMatrix(21 + k, steps, n, direct[k]->v);            // steps x rows: each row's history in one run
     file.setMatrix(15 + k, n, steps, transposed(*direct[k]));  // rows x steps: each step's state in one run
     file.setMatrix(24 + k, steps, modes, modal[k]->v);
     file.setMatrix(18 + k, modes, steps, transposed(*modal[k]));

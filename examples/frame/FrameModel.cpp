@@ -67,8 +67,8 @@ Dense sectionForceTable(const Dense& k12, const std::vector<int>& localOfRow) {
 }
 
 // Stresses from section forces, at each end: component 0 the axial stress N/A; components 1 to 4 the normal
-// stress N/A + My z/Iy - Mz y/Iz at the section's four corners (+y+z, -y+z, -y-z, +y-z). The other six components of a
-// bar's stress are not used by this model and stay zero.
+// stress N/A + My z/Iy - Mz y/Iz at the section's four corners (+y+z, -y+z, -y-z, +y-z). The other six
+// components of a bar's stress are not used by this model and stay zero.
 Dense stressFromForce(const ColumnSection& s) {
   Dense p(22, 12);
   const double corners[4][2] = {{1, 1}, {-1, 1}, {-1, -1}, {1, -1}};
@@ -126,7 +126,9 @@ struct StepCoefficients {
     const double r = zeta / root;
     a = e * (r * s + co);
     b = e * s / wd;
-    c = (2 * zeta / (w * dt) + e * (((1 - 2 * zeta * zeta) / (wd * dt) - r) * s - (1 + 2 * zeta / (w * dt)) * co)) / k;
+    c = (2 * zeta / (w * dt) +
+         e * (((1 - 2 * zeta * zeta) / (wd * dt) - r) * s - (1 + 2 * zeta / (w * dt)) * co)) /
+        k;
     d = (1 - 2 * zeta / (w * dt) + e * ((2 * zeta * zeta - 1) / (wd * dt) * s + 2 * zeta / (w * dt) * co)) / k;
     ap = -e * w / root * s;
     bp = e * (co - r * s);
@@ -142,8 +144,8 @@ FrameModel::FrameModel() {
   // lower storeys. The 400 mm side lies along the building's a axis.
   const ColumnSection heavy{"RHS 400x300x16", 0.021376, 4.870e-4, 3.097e-4, 0.40, 0.30};
   const ColumnSection light{"RHS 400x300x12.5", 0.016875, 3.915e-4, 2.501e-4, 0.40, 0.30};
-  storeys_ = {{4.0, heavy, 180e3}, {3.5, heavy, 170e3}, {3.5, light, 170e3}, {3.5, light, 170e3},
-              {3.5, light, 120e3}};
+  storeys_ = {
+      {4.0, heavy, 180e3}, {3.5, heavy, 170e3}, {3.5, light, 170e3}, {3.5, light, 170e3}, {3.5, light, 120e3}};
   for (int s = 1; s <= floorCount(); ++s) {
     const Storey& st = storeys_[static_cast<size_t>(s - 1)];
     for (int c = 1; c <= kColumnsPerStorey; ++c) {
@@ -190,7 +192,8 @@ GroundMotion FrameModel::groundMotion(double dt, int steps) const {
       const double accel = -w - 2 * filterZeta[c] * filterOmega[c] * v - filterOmega[c] * filterOmega[c] * x;
       v += dt * accel;
       x += dt * v;
-      a[static_cast<size_t>(i)] = -(2 * filterZeta[c] * filterOmega[c] * v + filterOmega[c] * filterOmega[c] * x);
+      a[static_cast<size_t>(i)] =
+          -(2 * filterZeta[c] * filterOmega[c] * v + filterOmega[c] * filterOmega[c] * x);
     }
     // Baseline: take off c0 + c1 t so that the ground ends at rest where it started.
     double vEnd = 0.0, dEnd = 0.0;
@@ -231,7 +234,8 @@ Solution FrameModel::solve(const GroundMotion& ground) {
   sol.stiffness = Dense(n, n);
   sol.mass = Dense(n, n);
   for (int f = 0; f < floorCount(); ++f)
-    for (int d = 0; d < kDirections; ++d) sol.mass(row(f, d), row(f, d)) = storeys_[static_cast<size_t>(f)].floorMass;
+    for (int d = 0; d < kDirections; ++d)
+      sol.mass(row(f, d), row(f, d)) = storeys_[static_cast<size_t>(f)].floorMass;
 
   // Assemble K from the members' kept translations, and keep each member's parts for its tables.
   std::vector<std::array<Dense, 3>> parts;
@@ -260,7 +264,8 @@ Solution FrameModel::solve(const GroundMotion& ground) {
     int dir = 0;
     for (int d = 0; d < kDirections; ++d) {
       double share = 0.0;
-      for (int f = 0; f < floorCount(); ++f) share += sol.mass(row(f, d), row(f, d)) * std::pow(sol.shapes(row(f, d), m), 2);
+      for (int f = 0; f < floorCount(); ++f)
+        share += sol.mass(row(f, d), row(f, d)) * std::pow(sol.shapes(row(f, d), m), 2);
       if (share > best) best = share, dir = d;
     }
     sol.direction.push_back(dir);
@@ -268,7 +273,8 @@ Solution FrameModel::solve(const GroundMotion& ground) {
     if (sol.shapes(row(floorCount() - 1, dir), m) < 0)
       for (int i = 0; i < n; ++i) sol.shapes(i, m) = -sol.shapes(i, m);
     double gamma = 0.0;
-    for (int f = 0; f < floorCount(); ++f) gamma += sol.shapes(row(f, dir), m) * sol.mass(row(f, dir), row(f, dir));
+    for (int f = 0; f < floorCount(); ++f)
+      gamma += sol.shapes(row(f, dir), m) * sol.mass(row(f, dir), row(f, dir));
     sol.participation.push_back(gamma);
   }
 
@@ -277,15 +283,18 @@ Solution FrameModel::solve(const GroundMotion& ground) {
   // proportional to K within each direction, so the modes stay uncoupled and mode n has zeta w_n / w1.
   std::array<double, 3> alpha{0.0, 0.0, 0.0};
   for (int m = n - 1; m >= 0; --m)
-    alpha[static_cast<size_t>(sol.direction[static_cast<size_t>(m)])] = 2 * kDampingRatio / sol.omega[static_cast<size_t>(m)];
-  // Part 0 is axial (building z), part 1 bends along local y (building a), part 2 along local z (building b).
+    alpha[static_cast<size_t>(sol.direction[static_cast<size_t>(m)])] =
+        2 * kDampingRatio / sol.omega[static_cast<size_t>(m)];
+  // The member's stiffness pieces, in order: axial (building z), bending along local y (building a), bending
+  // along local z (building b).
   const double partAlpha[3] = {alpha[2], alpha[0], alpha[1]};
   sol.dampingMatrix = Dense(n, n);
   for (size_t c = 0; c < columns_.size(); ++c) {
     Column& col = columns_[c];
     Dense c12(12, 12);
     for (int p = 0; p < 3; ++p)
-      for (size_t i = 0; i < c12.v.size(); ++i) c12.v[i] += partAlpha[p] * parts[c][static_cast<size_t>(p)].v[i];
+      for (size_t i = 0; i < c12.v.size(); ++i)
+        c12.v[i] += partAlpha[p] * parts[c][static_cast<size_t>(p)].v[i];
     for (size_t i = 0; i < col.dofRows.size(); ++i)
       for (size_t j = 0; j < col.dofRows.size(); ++j)
         sol.dampingMatrix(static_cast<int>(col.dofRows[i]), static_cast<int>(col.dofRows[j])) +=
@@ -302,12 +311,16 @@ Solution FrameModel::solve(const GroundMotion& ground) {
   // Gravity: K u = -M g e_z, the state the run starts from.
   Dense kc = sol.stiffness;
   sol.staticDisplacement.assign(static_cast<size_t>(n), 0.0);
-  for (int f = 0; f < floorCount(); ++f) sol.staticDisplacement[static_cast<size_t>(row(f, 2))] = -storeys_[static_cast<size_t>(f)].floorMass * kGravity;
+  for (int f = 0; f < floorCount(); ++f)
+    sol.staticDisplacement[static_cast<size_t>(row(f, 2))] =
+        -storeys_[static_cast<size_t>(f)].floorMass * kGravity;
   if (LAPACKE_dposv(LAPACK_COL_MAJOR, 'U', n, 1, kc.v.data(), n, sol.staticDisplacement.data(), n) != 0)
     throw std::runtime_error("the static solve failed");
   sol.modalStatic = Dense(n, 1);
   for (int m = 0; m < n; ++m)
-    for (int i = 0; i < n; ++i) sol.modalStatic(m, 0) += sol.shapes(i, m) * sol.mass(i, i) * sol.staticDisplacement[static_cast<size_t>(i)];
+    for (int i = 0; i < n; ++i)
+      sol.modalStatic(m, 0) +=
+          sol.shapes(i, m) * sol.mass(i, i) * sol.staticDisplacement[static_cast<size_t>(i)];
 
   // The ground acceleration in building axes, and each mode's load p_m(t) = -phi_m^T M iota(t).
   const std::array<double, 9> t = siteToBuilding();
@@ -317,7 +330,9 @@ Solution FrameModel::solve(const GroundMotion& ground) {
     double ag[3];
     for (int d = 0; d < 3; ++d) {
       ag[d] = 0.0;
-      for (int c = 0; c < 3; ++c) ag[d] += t[static_cast<size_t>(3 * d + c)] * ground.acceleration[static_cast<size_t>(c)][static_cast<size_t>(s)];
+      for (int c = 0; c < 3; ++c)
+        ag[d] += t[static_cast<size_t>(3 * d + c)] *
+                 ground.acceleration[static_cast<size_t>(c)][static_cast<size_t>(s)];
     }
     for (int m = 0; m < n; ++m) {
       double p = 0.0;

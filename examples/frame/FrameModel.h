@@ -3,9 +3,9 @@
 //
 // The model. Each floor is a rigid, lumped mass with three degrees of freedom along the building's own axes:
 // a (the long side), b (the short side) and z (up). The building stands at an angle on its site, so those axes
-// are turned against the site's east/north axes, in which the ground motion is recorded. Four columns carry each
-// storey; each is a bar fixed against rotation at both ends (the floors are stiff), and its stiffness is the
-// usual 12 x 12 stiffness of a straight prismatic member, of which the translations are kept.
+// are turned against the site's east/north axes, in which the ground motion is recorded. Four columns carry
+// each storey; each is a bar fixed against rotation at both ends (the floors are stiff), and its stiffness is
+// the usual 12 x 12 stiffness of a straight prismatic member, of which the translations are kept.
 //
 // The solution. Stiffness K and mass M are assembled from the members and the floors; the modes come from
 // LAPACK's generalized symmetric eigensolver (mass-normalised); gravity gives a static state; each modal
@@ -28,7 +28,9 @@ struct Dense {
   std::vector<double> v;
   Dense() = default;
   Dense(int r, int c) : rows(r), cols(c), v(static_cast<size_t>(r) * static_cast<size_t>(c), 0.0) {}
-  double& operator()(int i, int j) { return v[static_cast<size_t>(j) * static_cast<size_t>(rows) + static_cast<size_t>(i)]; }
+  double& operator()(int i, int j) {
+    return v[static_cast<size_t>(j) * static_cast<size_t>(rows) + static_cast<size_t>(i)];
+  }
   double operator()(int i, int j) const {
     return v[static_cast<size_t>(j) * static_cast<size_t>(rows) + static_cast<size_t>(i)];
   }
@@ -49,23 +51,24 @@ struct Storey {
   double floorMass;       // the floor above, kg
 };
 
-constexpr int kDirections = 3;           // a, b, z of each floor
+constexpr int kDirections = 3;  // a, b, z of each floor
 constexpr int kColumnsPerStorey = 4;
-constexpr double kYoung = 210e9;         // steel, Pa
-constexpr double kGravity = 9.81;        // m/s^2
-constexpr double kDampingRatio = 0.05;   // in the first mode of each direction
+constexpr double kYoung = 210e9;        // steel, Pa
+constexpr double kGravity = 9.81;       // m/s^2
+constexpr double kDampingRatio = 0.05;  // in the first mode of each direction
 
 // A column's member: where its ends are and which model rows feed them.
 struct Column {
-  int id;          // 100 * storey + column number (101..104 under floor 1, ...)
-  int storey;      // 1-based
+  int id;      // 100 * storey + column number (101..104 under floor 1, ...)
+  int storey;  // 1-based
   double length;
   ColumnSection section;
-  std::vector<uint32_t> dofRows;   // model rows of the kept end translations (3 for a ground-storey column, 6 otherwise)
-  std::vector<int> localOfRow;     // for each entry of dofRows, its index in the member's 12 local dofs
-  Dense force;                     // 12 x n: section forces (6 components at end A, then at end B) from dofRows
-  Dense damping;                   // 12 x n: the dashpot's forces from the velocities of dofRows
-  Dense stress;                    // 22 x n: 11 stress components at end A, then at end B
+  std::vector<uint32_t>
+      dofRows;  // model rows of the kept end translations (3 for a ground-storey column, 6 otherwise)
+  std::vector<int> localOfRow;  // for each entry of dofRows, its index in the member's 12 local dofs
+  Dense force;                  // 12 x n: section forces (6 components at end A, then at end B) from dofRows
+  Dense damping;                // 12 x n: the dashpot's forces from the velocities of dofRows
+  Dense stress;                 // 22 x n: 11 stress components at end A, then at end B
 };
 
 struct GroundMotion {
@@ -78,13 +81,13 @@ struct GroundMotion {
 struct Solution {
   int dofs = 0, modes = 0, steps = 0;
   double dt = 0.0;
-  Dense stiffness, mass, dampingMatrix;  // dofs x dofs
-  Dense shapes;                          // dofs x modes, mass-normalised
-  std::vector<double> omega, zeta;       // per mode, rad/s and fraction of critical
-  std::vector<int> direction;            // per mode, 0 a, 1 b, 2 z: the direction that dominates its shape
-  std::vector<double> participation;     // per mode: phi^T M iota of its own direction, kg^0.5
+  Dense stiffness, mass, dampingMatrix;    // dofs x dofs
+  Dense shapes;                            // dofs x modes, mass-normalised
+  std::vector<double> omega, zeta;         // per mode, rad/s and fraction of critical
+  std::vector<int> direction;              // per mode, 0 a, 1 b, 2 z: the direction that dominates its shape
+  std::vector<double> participation;       // per mode: phi^T M iota of its own direction, kg^0.5
   std::vector<double> staticDisplacement;  // under gravity, dofs
-  Dense modalStatic;                     // modes x 1: Phi^T M u_static
+  Dense modalStatic;                       // modes x 1: Phi^T M u_static
   // Histories, steps x dofs (direct) and steps x modes (modal). Displacements include the static state;
   // velocities and accelerations are relative to the ground.
   Dense disp, vel, acc, q, qd, qdd;

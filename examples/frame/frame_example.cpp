@@ -22,8 +22,8 @@ namespace {
 
 using frame::kDirections;
 
-// Bar force components (location 1 is end A, the bottom; 2 is end B, the top) in the column's axes: x up, y along
-// the building's a, z along b.
+// Bar force components (location 1 is end A, the bottom; 2 is end B, the top) in the column's axes: x up, y
+// along the building's a, z along b.
 constexpr int32_t kAxial = 140402, kShearA = 140403, kShearB = 140404, kMomentY = 140407, kMomentZ = 140408;
 constexpr int32_t kStressCorner1 = 142102;  // the normal stress at the section's four corners: 142102..142105
 constexpr int32_t kEndA = 100000000, kEndB = 200000000;
@@ -44,7 +44,9 @@ std::vector<double> query(const std::string& path, int32_t flags, const std::vec
 struct History {
   std::vector<double> v;
   size_t keys, steps;
-  double operator()(size_t id, size_t key, size_t step) const { return v[id * keys * steps + key + keys * step]; }
+  double operator()(size_t id, size_t key, size_t step) const {
+    return v[id * keys * steps + key + keys * step];
+  }
 };
 History history(const std::string& path, int32_t flags, const std::vector<int32_t>& ids,
                 const std::vector<int32_t>& keys, int steps, int32_t mode = 0) {
@@ -94,13 +96,15 @@ int main(int argc, char** argv) {
     for (const frame::Storey& s : model.storeys()) height += s.height;
     for (size_t c = 0; c < 3; ++c)
       for (double a : ground.acceleration[c]) pga[c] = std::max(pga[c], std::fabs(a));
-    std::printf("  ground motion: %d steps of %.2f s; peak ground acceleration east %.2f, north %.2f, up %.2f m/s^2\n",
-                steps, dt, pga[0], pga[1], pga[2]);
+    std::printf(
+        "  ground motion: %d steps of %.2f s; peak ground acceleration east %.2f, north %.2f, up %.2f m/s^2\n",
+        steps, dt, pga[0], pga[1], pga[2]);
     std::printf("wrote %s\n\n", path.c_str());
 
     // ---- what the file holds, through the library ----
     int32_t elementCount = 0;
-    if (TimeKernelElementID(path.c_str(), nullptr, &elementCount) != 0) throw std::runtime_error("no element list");
+    if (TimeKernelElementID(path.c_str(), nullptr, &elementCount) != 0)
+      throw std::runtime_error("no element list");
     std::vector<int32_t> columnIds(static_cast<size_t>(elementCount));
     if (TimeKernelElementID(path.c_str(), columnIds.data(), &elementCount) != 0)
       throw std::runtime_error("no element list");
@@ -115,7 +119,9 @@ int main(int argc, char** argv) {
     std::printf("Roof (node %d) displacement, relative to the ground:\n", roof);
     std::vector<std::vector<double>> roofSeries(3, std::vector<double>(static_cast<size_t>(steps)));
     for (int d = 0; d < kDirections; ++d) {
-      for (int t = 0; t < steps; ++t) roofSeries[static_cast<size_t>(d)][static_cast<size_t>(t)] = roofDisp(0, static_cast<size_t>(d), static_cast<size_t>(t));
+      for (int t = 0; t < steps; ++t)
+        roofSeries[static_cast<size_t>(d)][static_cast<size_t>(t)] =
+            roofDisp(0, static_cast<size_t>(d), static_cast<size_t>(t));
       const Peak p = largestMagnitude(roofSeries[static_cast<size_t>(d)]);
       std::printf("  %s: peak %+8.1f mm at t = %5.2f s", kDirectionName[d], p.value * 1e3, seconds(p.step));
       if (d < 2)
@@ -125,20 +131,20 @@ int main(int argc, char** argv) {
     }
 
     // Base shear: the four ground-storey columns' shears at their bottom ends, summed.
-    const History base = history(path, TIMEKERNEL_ELEMENT_RESULTS, groundColumns,
-                                 {kEndA + kShearA, kEndA + kShearB}, steps);
+    const History base =
+        history(path, TIMEKERNEL_ELEMENT_RESULTS, groundColumns, {kEndA + kShearA, kEndA + kShearB}, steps);
     std::vector<std::vector<double>> baseShear(2, std::vector<double>(static_cast<size_t>(steps), 0.0));
     for (size_t c = 0; c < groundColumns.size(); ++c)
       for (size_t d = 0; d < 2; ++d)
-        for (int t = 0; t < steps; ++t) baseShear[d][static_cast<size_t>(t)] += base(c, d, static_cast<size_t>(t));
+        for (int t = 0; t < steps; ++t)
+          baseShear[d][static_cast<size_t>(t)] += base(c, d, static_cast<size_t>(t));
     std::printf("\nBase shear (sum of the ground-storey columns, stiffness and dashpot):\n");
     for (size_t d = 0; d < 2; ++d) {
       const auto mx = std::max_element(baseShear[d].begin(), baseShear[d].end());
       const auto mn = std::min_element(baseShear[d].begin(), baseShear[d].end());
       std::printf("  %s: max %+8.1f kN at t = %5.2f s, min %+8.1f kN at t = %5.2f s (%.1f %% of the weight)\n",
                   kDirectionName[d], *mx / 1e3, seconds(static_cast<int>(mx - baseShear[d].begin())), *mn / 1e3,
-                  seconds(static_cast<int>(mn - baseShear[d].begin())),
-                  100.0 * std::max(*mx, -*mn) / weight);
+                  seconds(static_cast<int>(mn - baseShear[d].begin())), 100.0 * std::max(*mx, -*mn) / weight);
     }
 
     // Floor displacement envelope, from the library's envelope flow (relative to the ground).
@@ -146,8 +152,8 @@ int main(int argc, char** argv) {
       const std::vector<int32_t> keys = {102, 103};
       const size_t items = keys.size() * floorIds.size();
       std::vector<double> env(2 * items * items);
-      if (TimeKernelOutputResult(path.c_str(), TIMEKERNEL_ENVELOPE, floorIds.data(), floors, keys.data(), 2, 0, 0,
-                                 env.data(), static_cast<int32_t>(env.size())) != 0)
+      if (TimeKernelOutputResult(path.c_str(), TIMEKERNEL_ENVELOPE, floorIds.data(), floors, keys.data(), 2, 0,
+                                 0, env.data(), static_cast<int32_t>(env.size())) != 0)
         throw std::runtime_error("the envelope request failed");
       std::printf("\nFloor displacement envelope (mm, relative to the ground):\n");
       std::printf("  floor     a: min      max     b: min      max\n");
@@ -162,14 +168,23 @@ int main(int argc, char** argv) {
     }
 
     // Column force envelope per storey: the axial force includes the dead load.
-    const std::vector<int32_t> forceKeys = {kEndA + kAxial,   kEndA + kShearA, kEndA + kShearB, kEndA + kMomentY,
-                                            kEndA + kMomentZ, kEndB + kMomentY, kEndB + kMomentZ,
-                                            kEndA + kStressCorner1, kEndA + kStressCorner1 + 1,
-                                            kEndA + kStressCorner1 + 2, kEndA + kStressCorner1 + 3};
+    const std::vector<int32_t> forceKeys = {kEndA + kAxial,
+                                            kEndA + kShearA,
+                                            kEndA + kShearB,
+                                            kEndA + kMomentY,
+                                            kEndA + kMomentZ,
+                                            kEndB + kMomentY,
+                                            kEndB + kMomentZ,
+                                            kEndA + kStressCorner1,
+                                            kEndA + kStressCorner1 + 1,
+                                            kEndA + kStressCorner1 + 2,
+                                            kEndA + kStressCorner1 + 3};
     const History cols = history(path, TIMEKERNEL_ELEMENT_RESULTS, columnIds, forceKeys, steps);
     double largestStress = 0.0;
     std::printf("\nColumn force envelope by storey (all four columns, all steps):\n");
-    std::printf("  storey  section           axial N (kN)          |shear a| |shear b|  |moment| (kNm)  |stress| (MPa)\n");
+    std::printf(
+        "  storey  section           axial N (kN)          |shear a| |shear b|  |moment| (kNm)  |stress| "
+        "(MPa)\n");
     for (int s = 1; s <= floors; ++s) {
       double nMin = 1e300, nMax = -1e300, va = 0, vb = 0, m = 0, sigma = 0;
       for (size_t c = 0; c < columnIds.size(); ++c) {
@@ -189,10 +204,13 @@ int main(int argc, char** argv) {
       largestStress = std::max(largestStress, sigma);
     }
     constexpr double kYield = 355e6;  // S355 structural steel
-    std::printf("  largest corner stress %.0f MPa: %s the yield stress of S355 steel, %.0f MPa, so the linear model holds\n",
-                largestStress / 1e6, largestStress < kYield ? "below" : "ABOVE", kYield / 1e6);
+    std::printf(
+        "  largest corner stress %.0f MPa: %s the yield stress of S355 steel, %.0f MPa, so the linear model "
+        "holds\n",
+        largestStress / 1e6, largestStress < kYield ? "below" : "ABOVE", kYield / 1e6);
 
-    // The first modes: period, damping, effective mass, and their share of the roof displacement and base shear.
+    // The first modes: period, damping, effective mass, and their share of the roof displacement and base
+    // shear.
     std::printf("\nFirst modes (single-mode requests):\n");
     std::printf("  mode  dir  period (s)  damping  eff. mass  peak roof (mm)  peak base shear (kN)\n");
     for (int m = 1; m <= 6; ++m) {
@@ -202,7 +220,8 @@ int main(int argc, char** argv) {
       for (const frame::Storey& s : model.storeys()) total += s.floorMass;
       const History r = history(path, TIMEKERNEL_SINGLE_MODE, {roof}, {102 + dir}, steps, m);
       double roofPeak = 0.0, shearPeak = 0.0;
-      for (size_t t = 0; t < static_cast<size_t>(steps); ++t) roofPeak = std::max(roofPeak, std::fabs(r(0, 0, t)));
+      for (size_t t = 0; t < static_cast<size_t>(steps); ++t)
+        roofPeak = std::max(roofPeak, std::fabs(r(0, 0, t)));
       if (dir < 2) {
         const History v = history(path, TIMEKERNEL_ELEMENT_RESULTS | TIMEKERNEL_SINGLE_MODE, groundColumns,
                                   {kEndA + (dir == 0 ? kShearA : kShearB)}, steps, m);
@@ -219,7 +238,8 @@ int main(int argc, char** argv) {
 
     // ---- checks through the library's answers ----
     std::vector<Check> checks;
-    // 1. Every storey's column forces balance the inertia of the floors above it, at every step: the columns are
+    // 1. Every storey's column forces balance the inertia of the floors above it, at every step: the columns
+    // are
     //    massless, so sum(shear) = -sum(m * absolute acceleration) and sum(axial) = -sum(m * (g + a_z)). The
     //    absolute acceleration is the library's with base motion (flag 8), which turns the ground motion into
     //    the building's axes through each floor's transform.
@@ -245,8 +265,8 @@ int main(int argc, char** argv) {
           }
           worstAxial = std::max(worstAxial, std::fabs(columnSum[2] + inertia[2]));
         }
-      checks.push_back({"storey shear = inertia of the floors above (every storey, step, direction)", worstShear,
-                        peakShear, 1e-9});
+      checks.push_back({"storey shear = inertia of the floors above (every storey, step, direction)",
+                        worstShear, peakShear, 1e-9});
       checks.push_back({"storey axial force = weight and vertical inertia above", worstAxial, weight, 1e-9});
     }
     // 2. The modes' contributions, each asked for alone, add up to the direct history: floor displacement,
@@ -287,8 +307,10 @@ int main(int argc, char** argv) {
       const Peak p = largestMagnitude(roofSeries[0]);
       const std::vector<double> one = query(path, 0, {roof}, {102, 103, 104}, 0, p.step + 1, 3);
       double worst = 0.0;
-      for (size_t d = 0; d < 3; ++d) worst = std::max(worst, std::fabs(one[d] - roofDisp(0, d, static_cast<size_t>(p.step))));
-      checks.push_back({"one step (by-step sections) = that step of the history (by-row sections)", worst, 1.0, 0.0});
+      for (size_t d = 0; d < 3; ++d)
+        worst = std::max(worst, std::fabs(one[d] - roofDisp(0, d, static_cast<size_t>(p.step))));
+      checks.push_back(
+          {"one step (by-step sections) = that step of the history (by-row sections)", worst, 1.0, 0.0});
     }
     std::printf("\nChecks (relative tolerance):\n");
     bool ok = true;

@@ -4,10 +4,10 @@
 //
 //   2 nodes of 3 rows (node 1: rows 0-2; node 2: rows 3-5, with a quarter turn about z as its transform),
 //   4 steps, 2 modes:  phi(i, m) = (i + 1) + 10 m,  q(t, m) = 0.5 (t + 1) (m + 1) (times 2 for the velocity,
-//   3 for the acceleration), direct histories X = Phi q; zero initial states; base motion B(r, t) = 0.01 (r + 1)
-//   (t + 1); no loads. Bar 10 on rows 0-5: force rows 0-5 are 100 times rows 0-5 (end A), force rows 6-11 are
-//   200 times them (end B). Rod 11 on rows 0 and 3: force rows (axial, torque) at end A = rows 0 and 3, at end B
-//   = 2 times them.
+//   3 for the acceleration), direct histories X = Phi q; zero initial states; base motion B(r, t) = 0.01 (r +
+//   1) (t + 1); no loads. Bar 10 on rows 0-5: force rows 0-5 are 100 times rows 0-5 (end A), force rows 6-11
+//   are 200 times them (end B). Rod 11 on rows 0 and 3: force rows (axial, torque) at end A = rows 0 and 3, at
+//   end B = 2 times them.
 #include <cstdio>
 #include <vector>
 

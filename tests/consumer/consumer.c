@@ -1,8 +1,7 @@
 /* Links the installed library and calls it: a missing file gives -1 and leaves the count alone. Given a kernel
    file, it also prints how many elements the file holds. */
-#include <stdio.h>
-
 #include <TimeKernel.h>
+#include <stdio.h>
 
 int main(int argc, char** argv) {
   int32_t count = 3;

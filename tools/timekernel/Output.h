@@ -24,7 +24,8 @@ struct Table {
   std::vector<std::vector<Cell>> rows;
 };
 
-// Table: columns right-aligned for numbers, left for text, two spaces apart. CSV: RFC 4180 quoting where needed.
+// Table: columns right-aligned for numbers, left for text, two spaces apart. CSV: RFC 4180 quoting where
+// needed.
 void writeTable(std::FILE* out, const Table& t, Format f);
 
 // The number as the shortest decimal text that reads back to the same double ("nan", "inf" and "-inf" in CSV).

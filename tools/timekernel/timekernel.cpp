@@ -4,6 +4,8 @@
 // library's own words (TimeKernelLastError) and a non-zero exit status: 1 when the library refuses, 2 for a
 // command line that cannot be understood. Long requests are split into ranges of IDs and show a progress bar on
 // standard error when it is a terminal.
+#include "TimeKernel.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -19,7 +21,6 @@
 #include <vector>
 
 #include "Output.h"
-#include "TimeKernel.h"
 
 namespace {
 
@@ -72,44 +73,59 @@ const char* const kFormat = "  --format F         table (default), csv or json\n
 
 std::string help(const std::string& command) {
   if (command == "info")
-    return std::string("usage: timekernel info FILE [--format F]\n\n"
-                       "The file's format number, size, steps, degrees of freedom, modes, loads, nodes, elements by\n"
-                       "type and the sections present.\n\n") + kFormat;
+    return std::string(
+               "usage: timekernel info FILE [--format F]\n\n"
+               "The file's format number, size, steps, degrees of freedom, modes, loads, nodes, elements by\n"
+               "type and the sections present.\n\n") +
+           kFormat;
   if (command == "nodes")
-    return std::string("usage: timekernel nodes FILE [--format F]\n\n"
-                       "One row per node: its ID and the names of its displacement components.\n\n") + kFormat;
+    return std::string(
+               "usage: timekernel nodes FILE [--format F]\n\n"
+               "One row per node: its ID and the names of its displacement components.\n\n") +
+           kFormat;
   if (command == "elements")
-    return std::string("usage: timekernel elements FILE [--format F]\n\n"
-                       "One row per element: its ID, type code and type.\n\n") + kFormat;
+    return std::string(
+               "usage: timekernel elements FILE [--format F]\n\n"
+               "One row per element: its ID, type code and type.\n\n") +
+           kFormat;
   if (command == "keys")
-    return std::string("usage: timekernel keys FILE (--node ID | --element ID) [--format F]\n\n"
-                       "The response ids that have a value at the node or element, with their names.\n\n") + kFormat;
+    return std::string(
+               "usage: timekernel keys FILE (--node ID | --element ID) [--format F]\n\n"
+               "The response ids that have a value at the node or element, with their names.\n\n") +
+           kFormat;
   if (command == "history")
-    return std::string("usage: timekernel history FILE (--nodes LIST | --elements LIST) [--keys LIST] [--rotate]\n"
-                       "                         [--base-motion] [--format F]\n\n"
-                       "Values over all steps: one row per ID and step, one column per key.\n\n") + kSelection +
-           "  --base-motion      nodal values include the stored base motion (flag 8)\n" + kFormat;
+    return std::string(
+               "usage: timekernel history FILE (--nodes LIST | --elements LIST) [--keys LIST] [--rotate]\n"
+               "                         [--base-motion] [--format F]\n\n"
+               "Values over all steps: one row per ID and step, one column per key.\n\n") +
+           kSelection + "  --base-motion      nodal values include the stored base motion (flag 8)\n" + kFormat;
   if (command == "step")
-    return std::string("usage: timekernel step FILE (--nodes LIST | --elements LIST) --step N [--keys LIST]\n"
-                       "                      [--rotate] [--base-motion] [--format F]\n\n"
-                       "Values at step N (1-based): one row per ID, one column per key.\n\n") + kSelection +
+    return std::string(
+               "usage: timekernel step FILE (--nodes LIST | --elements LIST) --step N [--keys LIST]\n"
+               "                      [--rotate] [--base-motion] [--format F]\n\n"
+               "Values at step N (1-based): one row per ID, one column per key.\n\n") +
+           kSelection +
            "  --step N           the step, from 1 to the file's step count\n"
-           "  --base-motion      nodal values include the stored base motion (flag 8)\n" + kFormat;
+           "  --base-motion      nodal values include the stored base motion (flag 8)\n" +
+           kFormat;
   if (command == "envelope")
-    return std::string("usage: timekernel envelope FILE --nodes LIST [--keys LIST] [--rotate] [--base-motion]\n"
-                       "                          [--format F]\n\n"
-                       "Each node value's maximum and minimum over all steps, step 0 included (flag 16).\n\n") +
+    return std::string(
+               "usage: timekernel envelope FILE --nodes LIST [--keys LIST] [--rotate] [--base-motion]\n"
+               "                          [--format F]\n\n"
+               "Each node value's maximum and minimum over all steps, step 0 included (flag 16).\n\n") +
            "  --nodes LIST       node IDs, e.g. 1,2,5 or 1-5\n"
            "  --keys LIST        response names or ids; default ux,uy,uz\n"
            "  --rotate           turn values into the output system of their node (flag 2)\n"
-           "  --base-motion      include the stored base motion (flag 8)\n" + kFormat;
+           "  --base-motion      include the stored base motion (flag 8)\n" +
+           kFormat;
   if (command == "modal")
-    return std::string("usage: timekernel modal FILE (--nodes LIST | --elements LIST) [--mode M] [--keys LIST]\n"
-                       "                       [--rotate] [--format F]\n\n"
-                       "With --mode M, the contribution of mode M alone over all steps (flag 4), laid out as\n"
-                       "'history'. Without it, every mode's peak contribution: one row per mode, ID and key, with\n"
-                       "the largest magnitude and the step where it occurs.\n\n") + kSelection +
-           "  --mode M           the mode, from 1 to the file's mode count\n" + kFormat;
+    return std::string(
+               "usage: timekernel modal FILE (--nodes LIST | --elements LIST) [--mode M] [--keys LIST]\n"
+               "                       [--rotate] [--format F]\n\n"
+               "With --mode M, the contribution of mode M alone over all steps (flag 4), laid out as\n"
+               "'history'. Without it, every mode's peak contribution: one row per mode, ID and key, with\n"
+               "the largest magnitude and the step where it occurs.\n\n") +
+           kSelection + "  --mode M           the mode, from 1 to the file's mode count\n" + kFormat;
   return kOverview;
 }
 
@@ -156,7 +172,8 @@ std::vector<int32_t> parseIdList(const std::string& text, const char* option) {
       ids.push_back(parseInt(part, option));
       continue;
     }
-    const int32_t first = parseInt(part.substr(0, dash), option), last = parseInt(part.substr(dash + 1), option);
+    const int32_t first = parseInt(part.substr(0, dash), option),
+                  last = parseInt(part.substr(dash + 1), option);
     if (last < first || static_cast<int64_t>(last) - first > 10000000)
       throw UsageError(std::string(option) + ": not a range: '" + part + "'");
     for (int64_t id = first; id <= last; ++id) ids.push_back(static_cast<int32_t>(id));
@@ -176,22 +193,36 @@ Args parseArgs(int argc, char** argv) {
   };
   for (; i < words.size(); ++i) {
     const std::string& w = words[i];
-    if (w == "--help" || w == "-h") a.help = true;
-    else if (w == "--nodes") a.nodes = parseIdList(value(w), "--nodes"), a.hasNodes = true;
-    else if (w == "--elements") a.elements = parseIdList(value(w), "--elements"), a.hasElements = true;
-    else if (w == "--keys") a.keys = split(value(w));
-    else if (w == "--step") a.step = parseInt(value(w), "--step"), a.hasStep = true;
-    else if (w == "--mode") a.mode = parseInt(value(w), "--mode"), a.hasMode = true;
-    else if (w == "--node") a.node = parseInt(value(w), "--node"), a.hasNode = true;
-    else if (w == "--element") a.element = parseInt(value(w), "--element"), a.hasElement = true;
-    else if (w == "--rotate") a.rotate = true;
-    else if (w == "--base-motion") a.baseMotion = true;
+    if (w == "--help" || w == "-h")
+      a.help = true;
+    else if (w == "--nodes")
+      a.nodes = parseIdList(value(w), "--nodes"), a.hasNodes = true;
+    else if (w == "--elements")
+      a.elements = parseIdList(value(w), "--elements"), a.hasElements = true;
+    else if (w == "--keys")
+      a.keys = split(value(w));
+    else if (w == "--step")
+      a.step = parseInt(value(w), "--step"), a.hasStep = true;
+    else if (w == "--mode")
+      a.mode = parseInt(value(w), "--mode"), a.hasMode = true;
+    else if (w == "--node")
+      a.node = parseInt(value(w), "--node"), a.hasNode = true;
+    else if (w == "--element")
+      a.element = parseInt(value(w), "--element"), a.hasElement = true;
+    else if (w == "--rotate")
+      a.rotate = true;
+    else if (w == "--base-motion")
+      a.baseMotion = true;
     else if (w == "--format") {
       const std::string f = value(w);
-      if (f == "table") a.format = Format::Table;
-      else if (f == "csv") a.format = Format::Csv;
-      else if (f == "json") a.format = Format::Json;
-      else throw UsageError("--format: table, csv or json, not '" + f + "'");
+      if (f == "table")
+        a.format = Format::Table;
+      else if (f == "csv")
+        a.format = Format::Csv;
+      else if (f == "json")
+        a.format = Format::Json;
+      else
+        throw UsageError("--format: table, csv or json, not '" + f + "'");
     } else if (!w.empty() && w[0] == '-') {
       throw UsageError("unknown option " + w);
     } else if (a.file.empty()) {
@@ -207,36 +238,67 @@ Args parseArgs(int argc, char** argv) {
 
 const char* typeName(int32_t code) {
   switch (code) {
-    case 580: return "bush";
-    case 582: return "rod";
-    case 583: return "bar";
-    case 584: return "rigid bar";
-    case 586: return "warping bar";
-    case 594: return "catenary";
-    case 642: return "plane stress";
-    case 643: return "plane strain";
-    case 645: return "shell";
-    case 768: return "solid";
-    default: return "unknown";
+    case 580:
+      return "bush";
+    case 582:
+      return "rod";
+    case 583:
+      return "bar";
+    case 584:
+      return "rigid bar";
+    case 586:
+      return "warping bar";
+    case 594:
+      return "catenary";
+    case 642:
+      return "plane stress";
+    case 643:
+      return "plane strain";
+    case 645:
+      return "shell";
+    case 768:
+      return "solid";
+    default:
+      return "unknown";
   }
 }
 
 const char* sectionName(int s) {
-  static const char* const names[27] = {
-      "mode shapes", "base motion", "node directory", "element directory", "load factors",
-      "initial displacement (with base motion)", "initial velocity (with base motion)",
-      "initial acceleration (with base motion)", "initial displacement", "initial velocity",
-      "initial acceleration", "constant base motion", "initial modal displacement", "initial modal velocity",
-      "initial modal acceleration", "displacement by step", "velocity by step", "acceleration by step",
-      "modal displacement by step", "modal velocity by step", "modal acceleration by step",
-      "displacement by row", "velocity by row", "acceleration by row", "modal displacement by row",
-      "modal velocity by row", "modal acceleration by row"};
+  static const char* const names[27] = {"mode shapes",
+                                        "base motion",
+                                        "node directory",
+                                        "element directory",
+                                        "load factors",
+                                        "initial displacement (with base motion)",
+                                        "initial velocity (with base motion)",
+                                        "initial acceleration (with base motion)",
+                                        "initial displacement",
+                                        "initial velocity",
+                                        "initial acceleration",
+                                        "constant base motion",
+                                        "initial modal displacement",
+                                        "initial modal velocity",
+                                        "initial modal acceleration",
+                                        "displacement by step",
+                                        "velocity by step",
+                                        "acceleration by step",
+                                        "modal displacement by step",
+                                        "modal velocity by step",
+                                        "modal acceleration by step",
+                                        "displacement by row",
+                                        "velocity by row",
+                                        "acceleration by row",
+                                        "modal displacement by row",
+                                        "modal velocity by row",
+                                        "modal acceleration by row"};
   return s >= 0 && s < 27 ? names[s] : "";
 }
 
 class File {
  public:
-  explicit File(const std::string& path) : path_(path) { check(TimeKernelOpen(path.c_str(), &f_), "cannot open " + path); }
+  explicit File(const std::string& path) : path_(path) {
+    check(TimeKernelOpen(path.c_str(), &f_), "cannot open " + path);
+  }
   ~File() { TimeKernelClose(f_); }
   File(const File&) = delete;
   File& operator=(const File&) = delete;
@@ -272,8 +334,8 @@ class File {
   }
 
   std::vector<int32_t> responseIds(bool element, int32_t id) const {
-    const std::string what = std::string("cannot list the responses of ") + (element ? "element " : "node ") +
-                             std::to_string(id);
+    const std::string what =
+        std::string("cannot list the responses of ") + (element ? "element " : "node ") + std::to_string(id);
     int32_t n = 0;
     check(TimeKernelResponseIDs(f_, element ? 1 : 0, id, nullptr, &n), what);
     std::vector<int32_t> keys(static_cast<size_t>(n));
@@ -324,7 +386,8 @@ Selection select(const File& file, const Args& a, bool nodesOnly = false) {
     for (int32_t id : s.ids) {
       const auto it = typeOf.find(id);
       if (it == typeOf.end()) {
-        std::fprintf(stderr, "timekernel: element %d is not in %s; its values stay zero\n", id, file.path().c_str());
+        std::fprintf(stderr, "timekernel: element %d is not in %s; its values stay zero\n", id,
+                     file.path().c_str());
         continue;
       }
       types.emplace(it->second, id);
@@ -371,7 +434,8 @@ std::vector<double> allSteps(const File& file, const Selection& s, int32_t flags
   const size_t perId = s.keys.size() * static_cast<size_t>(steps);
   if (perId == 0) return {};
   if (perId > static_cast<size_t>(INT32_MAX)) throw UsageError("too many keys times steps for one ID");
-  const size_t chunk = std::max<size_t>(1, std::min<size_t>(static_cast<size_t>(INT32_MAX) / perId, (8u << 20) / perId));
+  const size_t chunk =
+      std::max<size_t>(1, std::min<size_t>(static_cast<size_t>(INT32_MAX) / perId, (8u << 20) / perId));
   std::vector<double> all(perId * s.ids.size());
   cli::Progress bar("reading", static_cast<long long>(s.ids.size()));
   for (size_t first = 0; first < s.ids.size(); first += chunk) {
@@ -397,7 +461,8 @@ void printHistory(const File& file, const Selection& s, const std::vector<double
     for (size_t i = 0; i < s.ids.size(); ++i) std::printf("%s%d", i ? ", " : "", s.ids[i]);
     std::printf("],\n  \"keys\": [");
     for (size_t r = 0; r < nk; ++r)
-      std::printf("%s{\"id\": %d, \"name\": %s}", r ? ", " : "", s.keys[r], cli::jsonString(s.names[r]).c_str());
+      std::printf("%s{\"id\": %d, \"name\": %s}", r ? ", " : "", s.keys[r],
+                  cli::jsonString(s.names[r]).c_str());
     std::printf("],\n  \"steps\": [");
     for (size_t t = 0; t < stepNumbers.size(); ++t) std::printf("%s%d", t ? ", " : "", stepNumbers[t]);
     std::printf("],\n  \"values\": [");  // values[id][step][key]
@@ -407,7 +472,8 @@ void printHistory(const File& file, const Selection& s, const std::vector<double
         std::printf("%s[", t ? ", " : "");
         for (size_t r = 0; r < nk; ++r)
           std::printf("%s%s", r ? ", " : "",
-                      cli::jsonNumber(v[i * nk * static_cast<size_t>(steps) + r + nk * static_cast<size_t>(t)]).c_str());
+                      cli::jsonNumber(v[i * nk * static_cast<size_t>(steps) + r + nk * static_cast<size_t>(t)])
+                          .c_str());
         std::printf("]");
       }
       std::printf("]");
@@ -443,10 +509,11 @@ void commandInfo(const File& file, Format format) {
   for (int s = 0; s < 27; ++s)
     if (d.sectionsPresent & (1u << s)) sections.push_back(s);
   if (format == Format::Json) {
-    std::printf("{\n  \"file\": %s,\n  \"format\": %d,\n  \"size\": %lld,\n  \"steps\": %d,\n  \"dofs\": %d,\n"
-                "  \"modes\": %d,\n  \"loads\": %d,\n  \"nodes\": %d,\n  \"elements\": %d,\n  \"elementTypes\": {",
-                cli::jsonString(file.path()).c_str(), d.formatNumber, static_cast<long long>(d.fileSize),
-                d.stepCount, d.dofCount, d.modeCount, d.loadCount, d.nodeCount, d.elementCount);
+    std::printf(
+        "{\n  \"file\": %s,\n  \"format\": %d,\n  \"size\": %lld,\n  \"steps\": %d,\n  \"dofs\": %d,\n"
+        "  \"modes\": %d,\n  \"loads\": %d,\n  \"nodes\": %d,\n  \"elements\": %d,\n  \"elementTypes\": {",
+        cli::jsonString(file.path()).c_str(), d.formatNumber, static_cast<long long>(d.fileSize), d.stepCount,
+        d.dofCount, d.modeCount, d.loadCount, d.nodeCount, d.elementCount);
     bool first = true;
     for (const auto& [type, n] : byType) {
       std::printf("%s%s: %d", first ? "" : ", ", cli::jsonString(typeName(type)).c_str(), n);
@@ -459,7 +526,9 @@ void commandInfo(const File& file, Format format) {
   }
   cli::Table t;
   t.header = {"field", "value"};
-  auto add = [&](const std::string& k, const std::string& v) { t.rows.push_back({Cell::str(k), Cell::str(v)}); };
+  auto add = [&](const std::string& k, const std::string& v) {
+    t.rows.push_back({Cell::str(k), Cell::str(v)});
+  };
   add("file", file.path());
   add("format", std::to_string(d.formatNumber));
   add("size", std::to_string(static_cast<long long>(d.fileSize)) + " bytes");
@@ -510,7 +579,8 @@ void commandKeys(const File& file, const Args& a) {
       if (eid == id) typeCode = type;
   cli::Table t;
   t.header = {"key", "name"};
-  for (int32_t k : file.responseIds(element, id)) t.rows.push_back({Cell::num(k), Cell::str(responseName(typeCode, k))});
+  for (int32_t k : file.responseIds(element, id))
+    t.rows.push_back({Cell::num(k), Cell::str(responseName(typeCode, k))});
   cli::writeTable(stdout, t, a.format);
 }
 
@@ -524,7 +594,8 @@ void commandStep(const File& file, const Args& a) {
   if (!a.hasStep) throw UsageError("give --step N");
   const int32_t steps = file.describe().stepCount;
   if (a.step < 1 || a.step > steps)
-    throw UsageError("--step: the file has steps 1 to " + std::to_string(steps) + ", not " + std::to_string(a.step));
+    throw UsageError("--step: the file has steps 1 to " + std::to_string(steps) + ", not " +
+                     std::to_string(a.step));
   const Selection s = select(file, a);
   std::vector<double> v(s.keys.size() * s.ids.size());
   file.query(flagsOf(a, s), s.ids, s.keys, 0, a.step, v);
@@ -558,7 +629,8 @@ void commandModal(const File& file, const Args& a) {
     if (a.mode < 1 || a.mode > d.modeCount)
       throw UsageError("--mode: the file has modes 1 to " + std::to_string(d.modeCount) + ", not " +
                        std::to_string(a.mode));
-    printHistory(file, s, allSteps(file, s, flags, a.mode, d.stepCount), d.stepCount, oneToN(d.stepCount), a.format);
+    printHistory(file, s, allSteps(file, s, flags, a.mode, d.stepCount), d.stepCount, oneToN(d.stepCount),
+                 a.format);
     return;
   }
   cli::Table t;
@@ -586,7 +658,8 @@ void commandModal(const File& file, const Args& a) {
 int main(int argc, char** argv) {
   try {
     const Args a = parseArgs(argc, argv);
-    static const char* const commands[] = {"info", "nodes", "elements", "keys", "history", "step", "envelope", "modal"};
+    static const char* const commands[] = {"info",    "nodes", "elements", "keys",
+                                           "history", "step",  "envelope", "modal"};
     const bool known = std::find_if(std::begin(commands), std::end(commands),
                                     [&](const char* c) { return a.command == c; }) != std::end(commands);
     if (a.command.empty() || a.command == "help") {
@@ -600,17 +673,26 @@ int main(int argc, char** argv) {
     }
     if (a.file.empty()) throw UsageError("give the kernel file");
     const File file(a.file);
-    if (a.command == "info") commandInfo(file, a.format);
-    else if (a.command == "nodes") commandNodes(file, a.format);
-    else if (a.command == "elements") commandElements(file, a.format);
-    else if (a.command == "keys") commandKeys(file, a);
-    else if (a.command == "history") commandHistory(file, a);
-    else if (a.command == "step") commandStep(file, a);
-    else if (a.command == "envelope") commandEnvelope(file, a);
-    else commandModal(file, a);
+    if (a.command == "info")
+      commandInfo(file, a.format);
+    else if (a.command == "nodes")
+      commandNodes(file, a.format);
+    else if (a.command == "elements")
+      commandElements(file, a.format);
+    else if (a.command == "keys")
+      commandKeys(file, a);
+    else if (a.command == "history")
+      commandHistory(file, a);
+    else if (a.command == "step")
+      commandStep(file, a);
+    else if (a.command == "envelope")
+      commandEnvelope(file, a);
+    else
+      commandModal(file, a);
     return 0;
   } catch (const UsageError& e) {
-    std::fprintf(stderr, "timekernel: %s\n(run 'timekernel --help' or 'timekernel COMMAND --help')\n", e.what());
+    std::fprintf(stderr, "timekernel: %s\n(run 'timekernel --help' or 'timekernel COMMAND --help')\n",
+                 e.what());
     return 2;
   } catch (const LibraryError& e) {
     std::fprintf(stderr, "timekernel: %s\n", e.what());
