@@ -76,8 +76,8 @@ TIMEKERNEL_API int32_t TimeKernelElementID(const char* path, int32_t* ids, int32
  *     ids[i]). Diagonal entry (p, p) is the maximum (minimum) of item p over all steps, step 0 included; an
  *     off-diagonal entry (p, q) holds the step-0 value of item p. A NaN at a later step never replaces a value.
  *
- * Returns 0, or -1 on any failure. `result` is zeroed before anything that depends on the file, so after -1 it
- * holds zeros or partial values, never stale data. An ID the file lacks, a response id no quantity knows, or a
+ * Returns 0, or -1 on any failure. On success every double of `result` is written (zeros included); after -1
+ * the whole array is zero, never stale data or partial values. An ID the file lacks, a response id no quantity knows, or a
  * component an entity lacks leaves its doubles at zero. Failures include: idCount below 1, a negative keyCount or
  * resultLength, flag 4 with modeNumber below 1 (before the file is opened), a result too short, stepNumber past
  * the last step, an envelope length that is not exactly 2 * n * n, a request none of whose IDs is in the file,

@@ -29,7 +29,11 @@ void Request::clear() {
   // The flows clear each prototype after its record; a failure part-way through a record read must not leave
   // one filled until the next call either.
   if (nodePrototype) nodePrototype->clear();
-  for (auto& entry : elementPrototypes) entry.second->clear();
+  for (auto& entry : elementPrototypes) {
+    entry.second->clear();
+    // clear() keeps the velocity table for the walks within a call; nothing may survive the call itself.
+    entry.second->velocityForce.clear();
+  }
   requestedOffsets.clear();
   requestedOffsets.shrink_to_fit();  // a call keeps nothing afterwards
   freeRequiredRows();
