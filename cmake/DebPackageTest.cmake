@@ -5,13 +5,7 @@
 include(${CMAKE_CURRENT_LIST_DIR}/PackageTestSupport.cmake)
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR})
-run_checked(ignored ${CMAKE_COMMAND} -E chdir ${BUILD_DIR}
-            cpack -G DEB -B ${WORK_DIR}/deb --config ${BUILD_DIR}/CPackConfig.cmake)
-file(GLOB deb ${WORK_DIR}/deb/*.deb)
-list(LENGTH deb found)
-if(NOT found EQUAL 1)
-  message(FATAL_ERROR "expected one .deb, found: ${deb}")
-endif()
+make_package(DEB .deb ${BUILD_DIR} ${WORK_DIR}/deb deb)
 
 run_checked(info dpkg-deb --info ${deb})
 expect_match("${info}" "\n Package: timekernel\n" "dpkg-deb --info")
@@ -43,9 +37,5 @@ run_checked(out ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${root}/usr/${LIBDIR} ${
 expect_match("${out}" "^${ELEMENTS} elements\nconsumer ok\n$" "the consumer's output")
 # The installed tool finds the installed library through its run path.
 run_checked(listing ${root}/usr/bin/timekernel elements ${KERNEL_FILE} --format csv)
-string(REGEX MATCHALL "\n[0-9]+," lines "${listing}")
-list(LENGTH lines n)
-if(NOT n EQUAL ELEMENTS)
-  message(FATAL_ERROR "the installed tool listed ${n} elements, not ${ELEMENTS}:\n${listing}")
-endif()
+expect_element_listing("${listing}" ${ELEMENTS} "the installed tool")
 message(STATUS "${info}")
