@@ -12,6 +12,14 @@ packages=(
   python3                  # the Python example
   liblapacke-dev           # LAPACK for the frame example's modes (the library does not use it)
   python3-matplotlib       # the frame example's plot and the pictures in docs/
+  # The Windows build: the 64-bit half of MinGW-w64 (headers, import libraries, binutils), its cross compilers
+  # with the POSIX thread model for C, C++ and Fortran (the reference BLAS), GoogleTest's sources to build with
+  # them, and Wine to run the tests and the example. (The mingw-w64 metapackage would add the 32-bit and
+  # win32-thread compilers, which the build does not use.)
+  mingw-w64-x86-64-dev binutils-mingw-w64-x86-64
+  g++-mingw-w64-x86-64-posix gfortran-mingw-w64-x86-64-posix
+  googletest
+  wine64
 )
 
 missing=()
