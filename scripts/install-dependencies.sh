@@ -9,10 +9,12 @@ packages=(
   libgtest-dev libgmock-dev  # GoogleTest
   libbenchmark-dev         # Google Benchmark
   clang libclang-rt-14-dev # libFuzzer and the sanitizer runtime for the fuzz target
-  python3                  # the Python package: numpy; matplotlib (plots); pandas and xarray (labelled results);
-  #                          dask and distributed (beyond one machine); pytest, pip and setuptools (its tests)
+  python3                  # the Python package: numpy; matplotlib (plots, the frame example's plot and the pictures
+  #                          in docs/); pandas and xarray (labelled results); dask and distributed (beyond one
+  #                          machine); pytest, pip and setuptools (its tests)
   python3-numpy python3-matplotlib python3-pandas python3-xarray python3-dask python3-distributed
   python3-pytest python3-pip python3-setuptools
+  liblapacke-dev           # LAPACK for the frame example's modes (the library does not use it)
   # The Windows build: the 64-bit half of MinGW-w64 (headers, import libraries, binutils), its cross compilers
   # with the POSIX thread model for C, C++ and Fortran (the reference BLAS), GoogleTest's sources to build with
   # them, and Wine to run the tests and the example. (The mingw-w64 metapackage would add the 32-bit and
