@@ -1,12 +1,15 @@
 // The nodal single-step flow, and the envelope that runs it at every step.
 //
-// One whole-model vector per quantity is read once for the step (sections 15 to 17, or the selected mode's
-// contribution), the initial state is taken off it once, and each node gathers its own entries from it.
+// One whole-model column per quantity stands for the step (sections 15 to 17, or the selected mode's
+// contribution), and each node gathers its own entries from it, less the initial state. A request that needs
+// much of a column reads it whole; one that needs a few entries reads just those where they lie in the file,
+// which gives the same doubles (see StepColumn).
 #include <algorithm>
 
 #include "evaluate/Flags.h"
 #include "evaluate/NodalAssembly.h"
 #include "evaluate/NodalFlows.h"
+#include "evaluate/StepColumn.h"
 #include "base/Checked.h"
 #include "evaluate/ElementReader.h"
 #include "kernelfile/Sections.h"
@@ -19,19 +22,28 @@ using namespace sections;
 
 namespace {
 
+// A column is read whole when the request wants at least one entry in this many of it.
+constexpr std::int64_t kEntriesPerWholeRead = 64;
+
 struct StepInputs {
   std::int32_t flags;
-  const Vector& baseMotion;  // the nine base motion values at the step; empty without base motion
-  const Vector* state;       // the three whole-model quantities at the step, initial state already taken off
+  const Vector& baseMotion;   // the nine base motion values at the step; empty without base motion
+  const StepColumn* state;    // the three whole-model quantities at the step
+  const StepColumn* initial;  // their initial states; one is taken off the other where both are stored
 };
 
-// value[k] = quantity[d[k]] for each degree of freedom of the node. `gathered` is reused from node to node.
-void gather(const Vector& quantity, const IntArray& rows, Vector& gathered) {
+// value[k] = quantity[d[k]] - initial[d[k]] for each degree of freedom of the node (the initial value only when
+// one is stored): the same subtraction the whole-model vectors would have had. `gathered` is reused from node to
+// node.
+void gather(ReadTimeKernel& kernel, const StepColumn& quantity, const StepColumn& initial, const IntArray& rows,
+            Vector& gathered) {
   gathered.resize(rows.size);
   for (std::int32_t k = 0; k < rows.size; ++k) {
     const std::int32_t d = rows[k];
-    TK_CHECK(d >= 0 && d < quantity.size);  // a row outside the whole-model vector
-    *gathered.at(k) = *quantity.at(d);
+    TK_CHECK(d >= 0 && d < quantity.size());  // a row outside the whole-model vector
+    double value = quantity.at(kernel, d);
+    if (!initial.empty()) value -= initial.at(kernel, d);
+    *gathered.at(k) = value;
   }
 }
 
@@ -43,7 +55,7 @@ void assembleNodeStep(Request& request, const TimeKernelNode& node, const StepIn
     if (!key || key->selection.empty()) continue;
     // A quantity that the file does not hold at this step leaves its keys at zero; nothing is added to it.
     if (in.state[quantity].empty()) continue;
-    gather(in.state[quantity], node.dofRows, gathered[quantity]);
+    gather(request.kernel, in.state[quantity], in.initial[quantity], node.dofRows, gathered[quantity]);
     Matrix work = Matrix::view(gathered[quantity].size, 1, gathered[quantity].data, gathered[quantity].size);
     if (!in.baseMotion.empty()) {
       const std::int32_t r0 = kBaseMotionFirstRow[quantity];
@@ -51,20 +63,6 @@ void assembleNodeStep(Request& request, const TimeKernelNode& node, const StepIn
       addBaseMotion(node, Matrix::view(3, 1, motion, 3), work);
     }
     writeKeys(node, in.flags, *key, componentMap, work, block);
-  }
-}
-
-void readQuantityAtStep(ReadTimeKernel& kernel, std::int32_t quantity, std::int32_t stepIndex, Vector& v) {
-  switch (quantity) {
-    case 0:
-      kernel.readDisplacementAtStep(stepIndex, v);
-      break;
-    case 1:
-      kernel.readVelocityAtStep(stepIndex, v);
-      break;
-    default:
-      kernel.readAccelerationAtStep(stepIndex, v);
-      break;
   }
 }
 
@@ -78,26 +76,35 @@ void evaluateNodalStep(Request& request, std::int32_t flagWord, std::int32_t ste
     if (baseMotion.empty()) kernel.readSectionColumn(kConstantBaseMotion, 0, baseMotion, nullptr);
     if (!baseMotion.empty()) TK_CHECK(baseMotion.size >= kBaseMotionRows);
   }
-  Vector state[3];
-  for (std::int32_t quantity = 0; quantity < 3; ++quantity) readQuantityAtStep(kernel, quantity, stepIndex, state[quantity]);
+  StepColumn state[3];
+  for (std::int32_t quantity = 0; quantity < 3; ++quantity) state[quantity].openState(kernel, quantity, stepIndex);
   TK_CHECK(!(state[0].empty() && state[1].empty() && state[2].empty()));
 
-  Vector initial[3];
-  kernel.readInitialState(initial[0], initial[1], initial[2], !baseMotion.empty());
+  StepColumn initial[3];
   for (std::int32_t quantity = 0; quantity < 3; ++quantity) {
-    Vector& x = state[quantity];
-    const Vector& x0 = initial[quantity];
-    if (x.empty() || x0.empty()) continue;
-    TK_CHECK(x0.size >= x.size);  // an initial state shorter than the model is malformed
-    for (std::int32_t i = 0; i < x.size; ++i) *x.at(i) -= *x0.at(i);
+    initial[quantity].openInitial(kernel, quantity, !baseMotion.empty());
+  }
+  const auto ids = static_cast<std::int32_t>(request.requestedOffsets.size());
+  for (std::int32_t quantity = 0; quantity < 3; ++quantity) {
+    StepColumn& x = state[quantity];
+    StepColumn& x0 = initial[quantity];
+    if (x.empty()) continue;
+    // An initial state shorter than the model is malformed.
+    if (!x0.empty()) TK_CHECK(x0.size() >= x.size());
+    // A request that wants much of a column reads it whole, in one go; a few entries are read where they lie.
+    const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[quantity];
+    const std::int64_t wanted = key ? static_cast<std::int64_t>(key->selection.size()) * ids : 0;
+    if (wanted > 0 && wanted * kEntriesPerWholeRead >= x.size()) {
+      x.loadWhole(kernel);
+      x0.loadWhole(kernel);
+    }
   }
 
   TK_CHECK(static_cast<bool>(request.nodePrototype));
   TimeKernelNode& node = *request.nodePrototype;
-  const StepInputs in{flagWord, baseMotion, state};
+  const StepInputs in{flagWord, baseMotion, state, initial};
   Vector gathered[3];
   IdMap componentMap;
-  const auto ids = static_cast<std::int32_t>(request.requestedOffsets.size());
   for (std::int32_t i = 0; i < ids && i < result.cols; ++i) {
     const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
     if (offset < 0) continue;

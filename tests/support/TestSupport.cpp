@@ -98,6 +98,11 @@ bool countProcessMemoryUse(std::int64_t* bytes) {
   return gInner.processMemoryUse(bytes);
 }
 
+bool countReadAt(platform::FileHandle file, std::int64_t offset, void* destination, std::int64_t size) {
+  ++gCounts.readAt;
+  return gInner.readAt(file, offset, destination, size);
+}
+
 }  // namespace
 
 PlatformCallCounter::PlatformCallCounter() {
@@ -113,6 +118,7 @@ PlatformCallCounter::PlatformCallCounter() {
   table.closeFile = countCloseFile;
   table.availableMemory = countAvailableMemory;
   table.processMemoryUse = countProcessMemoryUse;
+  table.readAt = countReadAt;
 }
 
 PlatformCallCounter::~PlatformCallCounter() { platform::calls() = gInner; }
@@ -125,6 +131,7 @@ void PlatformTest::TearDown() {
   platform::resetCalls();
   Zarn::memoryBudget = 0;
   Zarn::allocationLimit = INT64_MAX;
+  Zarn::positionedReadsEnabled = true;
 }
 
 }  // namespace testsupport
