@@ -5,6 +5,7 @@
 // much of a column reads it whole; one that needs a few entries reads just those where they lie in the file,
 // which gives the same doubles (see StepColumn).
 #include <algorithm>
+#include <vector>
 
 #include "evaluate/Flags.h"
 #include "evaluate/NodalAssembly.h"
@@ -118,11 +119,141 @@ void evaluateNodalStep(Request& request, std::int32_t flagWord, std::int32_t ste
   }
 }
 
+namespace {
+
+// Steps formed together by the envelope's fast path.
+constexpr std::int32_t kEnvelopeTileSteps = 256;
+
+// The envelope over tiles of steps from the histories by degree of freedom (sections 21 to 23), which hold the
+// numbers of sections 15 to 17 transposed. Each value is formed with the single-step flow's own operations in
+// its order (stored value less the initial value, then the rotation under flag 2), so the doubles are those of
+// the step-by-step envelope. It serves only requests where every step reads alike: no selected mode, no base
+// motion, sections 15 to 17 present with a column for every step and their twins of the same shape, and every
+// history row a node needs inside the file. Otherwise it returns false having changed nothing in `result`, and
+// the envelope runs step by step. `first` receives the step-0 values, `high` and `low` the extremes.
+bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t keyCount, std::int32_t idCount,
+                           std::vector<double>& first, std::vector<double>& high, std::vector<double>& low) {
+  ReadTimeKernel& kernel = request.kernel;
+  if (kernel.selectedMode >= 0 || flags::wantsBaseMotion(flagWord)) return false;
+  if (static_cast<std::int64_t>(request.requestedOffsets.size()) != idCount) return false;
+  const std::int32_t steps = kernel.stepCount;
+  std::int32_t size[3] = {0, 0, 0};
+  std::int64_t history[3] = {0, 0, 0};
+  for (std::int32_t q = 0; q < 3; ++q) {
+    std::int32_t a = 0, b = 0, rowsOfTwin = 0, columnsOfTwin = 0;
+    try {
+      kernel.readSectionHeader(kFirstTwinnedSection + q, a, b);
+      kernel.readSectionHeader(kFirstHistorySection + q, rowsOfTwin, columnsOfTwin);
+    } catch (...) {
+      return false;
+    }
+    if (a < 0 || b != steps || rowsOfTwin != steps || columnsOfTwin != a) return false;
+    size[q] = a;
+    history[q] = kernel.tell();
+  }
+  if (size[0] == 0 && size[1] == 0 && size[2] == 0) return false;
+  StepColumn initial[3];
+  for (std::int32_t q = 0; q < 3; ++q) {
+    initial[q].openInitial(kernel, q, false);
+    if (size[q] != 0 && !initial[q].empty()) TK_CHECK(initial[q].size() >= size[q]);
+  }
+  TK_CHECK(static_cast<bool>(request.nodePrototype));
+  TimeKernelNode& node = *request.nodePrototype;
+  const auto ids = static_cast<std::int32_t>(request.requestedOffsets.size());
+  const std::int64_t rowBytes = static_cast<std::int64_t>(steps) * 8;
+  // First pass: every row that a step would gather must exist and lie inside the file.
+  for (std::int32_t i = 0; i < ids; ++i) {
+    const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
+    if (offset < 0) continue;
+    kernel.seek(offset);
+    ClearOnExit<TimeKernelNode> clearNode(node);
+    readNode(kernel, node);
+    for (std::int32_t q = 0; q < 3; ++q) {
+      const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[q];
+      if (!key || key->selection.empty() || size[q] == 0) continue;
+      for (std::int32_t k = 0; k < node.dofRows.size; ++k) {
+        const std::int32_t d = node.dofRows[k];
+        std::int64_t at = 0;
+        if (d < 0 || d >= size[q]) return false;  // the step-by-step flow fails on it
+        if (!checkedMulAdd(d, rowBytes, history[q], &at) || !kernel.mapping.liesInsideFile(at, rowBytes)) return false;
+      }
+    }
+  }
+
+  const std::int64_t n = static_cast<std::int64_t>(keyCount) * ids;
+  first.assign(static_cast<std::size_t>(n), 0.0);
+  high.assign(static_cast<std::size_t>(n), 0.0);
+  low.assign(static_cast<std::size_t>(n), 0.0);
+  IdMap componentMap;
+  Matrix work, tile;
+  std::vector<double> row;
+  for (std::int32_t i = 0; i < ids; ++i) {
+    const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
+    if (offset < 0) continue;
+    kernel.seek(offset);
+    ClearOnExit<TimeKernelNode> clearNode(node);
+    readNode(kernel, node);
+    if (node.dofRows.size == 0) continue;
+    buildComponentMap(node, componentMap);
+    const std::int32_t dofs = node.dofRows.size;
+    for (std::int32_t t0 = 0; t0 < steps; t0 += kEnvelopeTileSteps) {
+      const std::int32_t width = std::min(kEnvelopeTileSteps, steps - t0);
+      tile.resize(keyCount, width);
+      tile.setZero();
+      for (std::int32_t q = 0; q < 3; ++q) {
+        const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[q];
+        if (!key || key->selection.empty() || size[q] == 0) continue;
+        work.resize(dofs, width);
+        row.resize(static_cast<std::size_t>(width));
+        for (std::int32_t k = 0; k < dofs; ++k) {
+          const std::int32_t d = node.dofRows[k];
+          const double x0 = initial[q].empty() ? 0.0 : initial[q].at(kernel, d);
+          std::fill(row.begin(), row.end(), 0.0);
+          kernel.seek(history[q] + d * rowBytes + static_cast<std::int64_t>(t0) * 8);
+          kernel.mapping.read(row.data(), static_cast<std::int64_t>(width) * 8);
+          for (std::int32_t j = 0; j < width; ++j) {
+            const double x = row[static_cast<std::size_t>(j)];
+            work.at(k, j) = initial[q].empty() ? x : x - x0;
+          }
+        }
+        writeKeys(node, flagWord, *key, componentMap, work, tile);
+      }
+      for (std::int32_t r = 0; r < keyCount; ++r) {
+        const auto p = static_cast<std::size_t>(r + static_cast<std::int64_t>(keyCount) * i);
+        for (std::int32_t j = 0; j < width; ++j) {
+          const double v = tile.at(r, j);
+          if (t0 + j == 0) {
+            first[p] = v;
+            high[p] = v;
+            low[p] = v;
+            continue;
+          }
+          if (v > high[p]) high[p] = v;
+          if (v < low[p]) low[p] = v;
+        }
+      }
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
 void evaluateEnvelope(Request& request, std::int32_t flagWord, std::int32_t keyCount, std::int32_t idCount,
                       Matrix& result) {
   std::int64_t n = 0, order = 0;
   TK_CHECK(checkedMul(keyCount, idCount, &n) && n <= INT32_MAX && checkedMul(n, n, &order));
   TK_CHECK(result.rows == order && result.cols == 2);
+  std::vector<double> first, high, low;
+  if (envelopeFromHistories(request, flagWord, keyCount, idCount, first, high, low)) {
+    for (std::int64_t column = 0; column < n; ++column) {
+      std::copy(first.begin(), first.end(), result.data + column * n);
+      std::copy(first.begin(), first.end(), result.data + order + column * n);
+      result.data[column * n + column] = high[static_cast<std::size_t>(column)];
+      result.data[order + column * n + column] = low[static_cast<std::size_t>(column)];
+    }
+    return;
+  }
   Vector work;
   work.resize(static_cast<std::int32_t>(n));
   work.setZero();
