@@ -1,8 +1,8 @@
 /*
  * TimeKernel: read the results of a finite-element dynamic analysis from a kernel file.
  *
- * The library exports two C functions. Each call is a whole cycle: it opens the file at `path`, answers, closes
- * the file and keeps nothing. No initialisation or closing call exists; the functions may be called in any order
+ * The library has two doors. The first is two C functions, TimeKernelElementID and TimeKernelOutputResult. Each
+ * call is a whole cycle: it opens the file at `path`, answers, closes the file and keeps nothing. No initialisation or closing call exists; the functions may be called in any order
  * and any number of times, but ONE AT A TIME: the library has one process-wide working state and no locks, so it
  * is neither reentrant nor safe for concurrent calls. Values are returned as they stand in the file, with no unit
  * conversion.
@@ -12,8 +12,11 @@
  * Things that are merely missing are not failures: an ID that the file does not hold, a response id that no
  * quantity knows, a component that an entity lacks leave their output at zero.
  *
- * Note on the file: the kernel file is opened for reading AND writing (it is mapped read-write). A read that
+ * Note on the file: these two open the kernel file for reading AND writing (it is mapped read-write). A read that
  * passes the end of a short file lengthens the file on disk with zero bytes; a well-formed file is never changed.
+ *
+ * The second door (the handle functions at the end of this header) opens a file once, read-only, and answers
+ * many questions from it, from several threads at once, with the same doubles, and says why a call failed.
  */
 #ifndef TIMEKERNEL_H
 #define TIMEKERNEL_H
@@ -73,8 +76,8 @@ TIMEKERNEL_API int32_t TimeKernelElementID(const char* path, int32_t* ids, int32
  *     ids[i]). Diagonal entry (p, p) is the maximum (minimum) of item p over all steps, step 0 included; an
  *     off-diagonal entry (p, q) holds the step-0 value of item p. A NaN at a later step never replaces a value.
  *
- * Returns 0, or -1 on any failure. `result` is zeroed before anything that depends on the file, so after -1 it
- * holds zeros or partial values, never stale data. An ID the file lacks, a response id no quantity knows, or a
+ * Returns 0, or -1 on any failure. On success every double of `result` is written (zeros included); after -1
+ * the whole array is zero, never stale data or partial values. An ID the file lacks, a response id no quantity knows, or a
  * component an entity lacks leaves its doubles at zero. Failures include: idCount below 1, a negative keyCount or
  * resultLength, flag 4 with modeNumber below 1 (before the file is opened), a result too short, stepNumber past
  * the last step, an envelope length that is not exactly 2 * n * n, a request none of whose IDs is in the file,

@@ -16,6 +16,7 @@ class Base {
 
   // Writes the class name, " ID=" and the id in decimal (through the stream's own integer output), and
   // returns the stream.
+  // Kept as part of the object model; no export reaches it.
   virtual std::ostream& print(std::ostream& out) const;
 
   // A new object of the same class as a counted pointer; with `deep` its owned tables are copied too.

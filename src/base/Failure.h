@@ -29,8 +29,8 @@ const char* lastFailureReason();
 
 }  // namespace Zarn
 
-// Always-on check for values that come from a kernel file or from the caller: fails the call when `cond` is
-// false. Debug-only `assert` is kept for the library's own invariants.
+// Always-on check for values that come from a kernel file or from the caller, and for the library's own
+// invariants: fails the call when `cond` is false.
 #define TK_CHECK(cond)      \
   do {                      \
     if (!(cond)) {          \

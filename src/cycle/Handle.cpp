@@ -115,20 +115,14 @@ void closeHandle(TimeKernelFile* file) { delete file; }
 void queryHandle(TimeKernelFile* file, std::int32_t flags, const std::int32_t* ids, std::int32_t idCount,
                  const std::int32_t* keys, std::int32_t keyCount, std::int32_t modeNumber, std::int32_t stepNumber,
                  double* result, std::int32_t resultLength) {
-  if (resultLength < 0) failBecause("resultLength " + std::to_string(resultLength) + " is negative");
-  if (resultLength > 0 && result == nullptr) failBecause("result is NULL");
+  checkResultArray(result, resultLength);
   // As in the designed door: a caller that gets -1 sees zeros, never stale data.
   try {
     Lease context(file);
     AllocationLimitScope limit(context->kernel.allocationBound);
     selectMode(context->kernel, flags, modeNumber);
-    Request& request = context->request;
-    request.flags = flags;
-    request.ids = RequestList{ids, idCount, 1, false};
-    request.keys = RequestList{keys, keyCount, 1, false};
-    request.modeNumber = modeNumber;
-    request.stepNumber = stepNumber;
-    answerRequest(request, result, resultLength);
+    context->request.ask(flags, ids, idCount, keys, keyCount, modeNumber, stepNumber);
+    answerRequest(context->request, result, resultLength);
   } catch (...) {
     std::fill(result, result + resultLength, 0.0);
     throw;

@@ -12,8 +12,7 @@ namespace Zarn {
 void outputResult(const char* path, std::int32_t flagWord, const std::int32_t* ids, std::int32_t idCount,
                   const std::int32_t* keys, std::int32_t keyCount, std::int32_t modeNumber, std::int32_t stepNumber,
                   double* result, std::int32_t resultLength) {
-  if (resultLength < 0) failBecause("resultLength " + std::to_string(resultLength) + " is negative");
-  if (resultLength > 0 && result == nullptr) failBecause("result is NULL");
+  checkResultArray(result, resultLength);
   // A caller that gets -1 sees zeros, never stale data: every failure zeroes the whole array on its way out. On
   // success every double that no value lands in is zero too (the flows zero their blocks).
   try {
@@ -22,11 +21,7 @@ void outputResult(const char* path, std::int32_t flagWord, const std::int32_t* i
     theKernel.fileName = name;
     selectMode(theKernel, flagWord, modeNumber);
     theKernel.openKernelFile();
-    theRequest.flags = flagWord;
-    theRequest.ids = RequestList{ids, idCount, 1, false};
-    theRequest.keys = RequestList{keys, keyCount, 1, false};
-    theRequest.modeNumber = modeNumber;
-    theRequest.stepNumber = stepNumber;
+    theRequest.ask(flagWord, ids, idCount, keys, keyCount, modeNumber, stepNumber);
     answerRequest(theRequest, result, resultLength);
   } catch (...) {
     std::fill(result, result + resultLength, 0.0);

@@ -11,6 +11,7 @@
 #include "evaluate/ElementReader.h"
 #include "evaluate/Flags.h"
 #include "evaluate/KeyedRecovery.h"
+#include "model/ElementRecovery.h"
 #include "kernelfile/Sections.h"
 #include "model/TimeKernelElement.h"
 
@@ -45,20 +46,16 @@ counted_ptr<TimeKernelElement> readElementAt(Request& request, std::int64_t offs
   }
 }
 
-// gathered[k] = quantity[rows[k]]. `gathered` is reused from element to element.
-void gather(const Vector& quantity, const IntArray& rows, Vector& gathered) {
-  gathered.resize(rows.size);
+// A tile of `width` columns, zero but for column `at`, which holds quantity[rows[k]] in row k. `tile` is reused
+// from element to element.
+void placeColumn(const Vector& quantity, const IntArray& rows, std::int32_t width, std::int32_t at, Matrix& tile) {
+  tile.resize(rows.size, width);
+  tile.setZero();
   for (std::int32_t k = 0; k < rows.size; ++k) {
     const std::int32_t d = rows[k];
     TK_CHECK(d >= 0 && d < quantity.size);  // a row outside the whole-model vector
-    *gathered.at(k) = *quantity.at(d);
+    tile.at(k, at) = *quantity.at(d);
   }
-}
-
-// A one-column matrix over a gathered vector (stride 1), or an empty record for an empty one.
-Matrix columnOf(Vector& v) {
-  if (v.empty()) return Matrix();
-  return Matrix::view(v.size, 1, v.data, v.size);
 }
 
 // Calls visit(i, element) for each requested ID i (below `columns`) whose record holds an element of a known type.
@@ -85,6 +82,8 @@ void evaluateElementHistory(Request& request, std::int32_t flagWord, std::int32_
   TK_CHECK(keyCount >= 0 && blockRows <= result.rows);  // each block must fit in its column of the result
   Matrix loadFactors;
   if (!flags::has(flagWord, flags::kSingleMode)) readLoadFactors(kernel, loadFactors);
+  // Load factors for fewer steps than the file has cannot serve every step.
+  TK_CHECK(loadFactors.empty() || loadFactors.cols >= kernel.stepCount);
 
   forEachRequestedElement(request, result.cols, [&](std::int32_t i, TimeKernelElement& element) {
     Matrix block = Matrix::view(keyCount, kernel.stepCount,
@@ -102,20 +101,34 @@ void evaluateElementStep(Request& request, std::int32_t flagWord, std::int32_t s
   kernel.readDisplacementAtStep(stepIndex, displacement);
   TK_CHECK(!displacement.empty());
   kernel.readVelocityAtStep(stepIndex, velocity);  // may be empty: then no velocity term acts
-  const Matrix loads = columnOf(loadFactors);
 
-  Vector d, v;
+  // The step is formed inside the tile of steps that the history forms it in, at the same column, with zeros in
+  // the other columns, so that its values are the history's to the bit (ElementRecovery.h).
+  TK_CHECK(stepIndex >= 0 && stepIndex < kernel.stepCount);
+  const std::int32_t first = stepIndex / kStepTile * kStepTile;
+  const std::int32_t width = stepTileWidth(first, kernel.stepCount);
+  const std::int32_t at = stepIndex - first;
+  Matrix loads;
+  if (!loadFactors.empty()) {
+    loads.resize(loadFactors.size, width);
+    loads.setZero();
+    for (std::int32_t i = 0; i < loadFactors.size; ++i) loads.at(i, at) = *loadFactors.at(i);
+  }
+
+  Matrix u, v;
   forEachRequestedElement(request, result.cols, [&](std::int32_t i, TimeKernelElement& element) {
     if (element.dofRows.size == 0) return;
-    gather(displacement, element.dofRows, d);
-    if (!velocity.empty()) gather(velocity, element.dofRows, v);
-    const Matrix displacements = columnOf(d);
-    const Matrix velocities = velocity.empty() ? Matrix() : columnOf(v);
+    placeColumn(displacement, element.dofRows, width, at, u);
+    if (velocity.empty()) {
+      v.clear();
+    } else {
+      placeColumn(velocity, element.dofRows, width, at, v);
+    }
     Matrix block =
         Matrix::view(result.rows, 1, result.data + static_cast<std::int64_t>(i) * result.stride, result.rows);
-    recoverForce(element, request.keySet, flagWord, displacements, velocities, loads, block);
-    recoverStress(element, request.keySet, flagWord, displacements, loads, block);
-    recoverDeform(element, request.keySet, displacements, block);
+    recoverForce(element, request.keySet, flagWord, u, v, loads, block, at);
+    recoverStress(element, request.keySet, flagWord, u, loads, block, at);
+    recoverDeform(element, request.keySet, u, block, at);
   });
 }
 

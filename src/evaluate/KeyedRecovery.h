@@ -17,16 +17,18 @@ class Request;
 // empty selection, recovers nothing.
 void recoverForce(const TimeKernelElement& element, const TimeKernelKeySet& keys, std::int32_t flags,
                   const Matrix& displacements, const Matrix& velocities, const Matrix& loadFactors,
-                  Matrix& output);
+                  Matrix& output, std::int32_t firstColumn = 0);
 void recoverStress(const TimeKernelElement& element, const TimeKernelKeySet& keys, std::int32_t flags,
-                   const Matrix& displacements, const Matrix& loadFactors, Matrix& output);
+                   const Matrix& displacements, const Matrix& loadFactors, Matrix& output,
+                   std::int32_t firstColumn = 0);
 void recoverDeform(const TimeKernelElement& element, const TimeKernelKeySet& keys, const Matrix& displacements,
-                   Matrix& output);
+                   Matrix& output, std::int32_t firstColumn = 0);
 
 // Recovers one element over all time points into `output` (selected rows by steps): reads the displacement
-// history of the element's dofRows from the request's file (and the velocity history when velocityForce is not
-// empty), then force, stress and deformation. Ends without writing when the displacements come back empty. The
-// element's record must have been read; the caller clears it afterwards.
+// history of the element's dofRows from the request's file, a chunk of steps at a time (and the velocity history
+// when velocityForce is not empty), then forms force, stress and deformation a tile of steps at a time
+// (model/ElementRecovery.h). Ends without writing when the displacements are not stored. The element's record
+// must have been read; the caller clears it afterwards.
 void recoverElement(Request& request, const TimeKernelElement& element, std::int32_t flags,
                     const Matrix& loadFactors, Matrix& output);
 

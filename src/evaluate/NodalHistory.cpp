@@ -138,6 +138,7 @@ void copyHistoryDirect(ReadTimeKernel& kernel, std::int32_t quantity, const Time
   std::int32_t steps = 0, dofs = 0;
   kernel.readSectionHeader(kFirstHistorySection + quantity, steps, dofs);
   TK_CHECK(steps >= 0 && dofs >= 0);
+  if (steps == 0 || dofs == 0) return;  // the file does not store this quantity: its keys stay zero
   const std::int64_t base = kernel.tell();
   const std::int64_t rowBytes = static_cast<std::int64_t>(steps) * 8;
   const std::int32_t columns = std::min(steps, block.cols);
@@ -177,17 +178,15 @@ void copyHistoryDirect(ReadTimeKernel& kernel, std::int32_t quantity, const Time
   }
 }
 
-void readQuantityHistory(ReadTimeKernel& kernel, std::int32_t quantity, const IntArray& rows, Matrix& work) {
+// False when the file does not store the quantity.
+bool readQuantityHistory(ReadTimeKernel& kernel, std::int32_t quantity, const IntArray& rows, Matrix& work) {
   switch (quantity) {
     case 0:
-      kernel.readDisplacementHistory(rows, work);
-      break;
+      return kernel.readDisplacementHistory(rows, work);
     case 1:
-      kernel.readVelocityHistory(rows, work);
-      break;
+      return kernel.readVelocityHistory(rows, work);
     default:
-      kernel.readAccelerationHistory(rows, work);
-      break;
+      return kernel.readAccelerationHistory(rows, work);
   }
 }
 
@@ -198,7 +197,7 @@ void assembleQuantityHistory(ReadTimeKernel& kernel, std::int32_t quantity, cons
                              Matrix& work, Matrix& block) {
   work.resize(node.dofRows.size, kernel.stepCount);
   work.setZero();
-  readQuantityHistory(kernel, quantity, node.dofRows, work);
+  if (!readQuantityHistory(kernel, quantity, node.dofRows, work)) return;  // not stored: its keys stay zero
   if (!in.baseMotion.empty()) {
     const std::int32_t r0 = kBaseMotionFirstRow[quantity];
     const std::int32_t ld = in.baseMotion.stride != 0 ? in.baseMotion.stride : 3;

@@ -29,12 +29,30 @@ void Request::clear() {
   // The flows clear each prototype after its record; a failure part-way through a record read must not leave
   // one filled until the next call either.
   if (nodePrototype) nodePrototype->clear();
-  for (auto& entry : elementPrototypes) entry.second->clear();
+  for (auto& entry : elementPrototypes) {
+    entry.second->clear();
+    // clear() keeps the velocity table for the walks within a call; nothing may survive the call itself.
+    entry.second->velocityForce.clear();
+  }
   requestedOffsets.clear();
   requestedOffsets.shrink_to_fit();  // a call keeps nothing afterwards
   freeRequiredRows();
   ids = RequestList{};
   keys = RequestList{};
+}
+
+void Request::ask(std::int32_t flagWord, const std::int32_t* idValues, std::int32_t idCount,
+                  const std::int32_t* keyValues, std::int32_t keyCount, std::int32_t mode, std::int32_t step) {
+  flags = flagWord;
+  ids = RequestList{idValues, idCount, 1, false};
+  keys = RequestList{keyValues, keyCount, 1, false};
+  modeNumber = mode;
+  stepNumber = step;
+}
+
+void checkResultArray(const double* result, std::int32_t resultLength) {
+  if (resultLength < 0) failBecause("resultLength " + std::to_string(resultLength) + " is negative");
+  if (resultLength > 0 && result == nullptr) failBecause("result is NULL");
 }
 
 void selectMode(ReadTimeKernel& kernel, std::int32_t flagWord, std::int32_t modeNumber) {

@@ -30,7 +30,11 @@ class Request {
   Request(const Request&) = delete;
   Request& operator=(const Request&) = delete;
 
-  // What the caller asked. The lists are views of the caller's arrays, valid for one call.
+  // Stores what the caller asked: the lists become views of the caller's arrays, valid for one call.
+  void ask(std::int32_t flags, const std::int32_t* ids, std::int32_t idCount, const std::int32_t* keys,
+           std::int32_t keyCount, std::int32_t modeNumber, std::int32_t stepNumber);
+
+  // What the caller asked.
   RequestList ids;               // node IDs, or element IDs with flag 1
   RequestList keys;              // response ids
   std::int32_t flags = 0;        // the flags word (evaluate/Flags.h)
@@ -67,6 +71,9 @@ class Request {
   void freeRequiredRows();
   void storeRequiredRows(std::vector<std::int32_t>& rows);
 };
+
+// Checks the caller's result array before anything else: a negative length, or a length without an array, fails.
+void checkResultArray(const double* result, std::int32_t resultLength);
 
 // Sets `kernel.selectedMode` from the flags: mode - 1 with flag 4 (a mode below 1 fails), else -1. Touches no
 // file, so a door can call it before it opens one.

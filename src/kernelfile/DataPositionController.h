@@ -12,6 +12,7 @@
 
 namespace Zarn {
 
+// Kept as part of the object model; no export reaches it.
 class DataPositionController {
  public:
   DataPositionController() = default;

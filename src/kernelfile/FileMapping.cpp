@@ -65,15 +65,19 @@ void FileMapping::attachReadOnly(platform::FileHandle file, std::int64_t size, c
 
 void FileMapping::rearm() {
   if (!readOnly_) return;
-  dropped_ = false;
-  mappingSize_ = std::max(mappingSize_, openSize_);
+  growthRefused_ = false;
+  mappingSize_ = openSize_;
+  if (paddedView_) unmapView();  // a padded copy is dropped with its memory
+  padded_.clear();
+  padded_.shrink_to_fit();
 }
 
 // Creates the mapping of `size` bytes. As with a system mapping object that is larger than its file, the file is
 // lengthened to `size`. A lengthening beyond the free space of the file system, or by more than kMaximumGrowth
-// since the open, is refused, and so is a negative size. `knownLength` is the file's length when the caller has
-// just measured it (-1 otherwise): a mapping no longer than that needs no new measurement: the mapping then does not exist and every read of this
-// call is dropped.
+// since the open, is refused, and so is a negative size: the mapping then does not exist. growMapping then
+// restores the mapping it had, so that only the read that asked for the growth is dropped. `knownLength` is the
+// file's length when the caller has just measured it (-1 otherwise): a mapping no longer than that needs no new
+// measurement.
 void FileMapping::createMapping(std::int64_t size, std::int64_t knownLength) {
   mappingOpen_ = false;
   if (size <= 0 || !file_.isOpen) return;
@@ -106,7 +110,6 @@ void FileMapping::close() {
   file_ = platform::FileHandle{};
   borrowed_ = false;
   readOnly_ = false;
-  dropped_ = false;
   padded_.clear();
   padded_.shrink_to_fit();
   dropBlocks();
@@ -116,6 +119,7 @@ void FileMapping::close() {
   viewSize_ = 0;
   mappingSize_ = 0;
   openSize_ = 0;
+  growthRefused_ = false;
   windowSize = kClosedWindowSize;
   fileName_.clear();
 }
@@ -142,13 +146,27 @@ bool FileMapping::viewCovers(std::int64_t offset, std::int64_t n) const {
   return offset - viewOffset_ <= viewSize_ - n && view_ != nullptr;
 }
 
-void FileMapping::growMapping(std::int64_t n) {
+bool FileMapping::growMapping(std::int64_t n) {
   std::int64_t end = 0;
-  if (!checkedAdd(n, position_, &end) || end <= mappingSize_) return;
-  mappingSize_ = end;
+  if (!checkedAdd(n, position_, &end)) return false;
+  if (end <= mappingSize_) return true;
+  // After one refusal the file is not lengthened any more in this open, so that a refused call leaves the file
+  // as it found it.
+  if (growthRefused_) return false;
+  const std::int64_t previous = mappingSize_;
   unmapView();
   closeMapping();
-  createMapping(mappingSize_, -1);
+  createMapping(end, -1);
+  if (mappingOpen_) {
+    mappingSize_ = end;
+    return true;
+  }
+  growthRefused_ = true;
+  // The growth was refused: only this read is dropped. The mapping of what the file already holds is made
+  // again, so that later reads inside it still succeed.
+  mappingSize_ = previous;
+  if (mappingSize_ > 0) createMapping(mappingSize_, -1);
+  return false;
 }
 
 void FileMapping::ensureView(std::int64_t n) {
@@ -162,9 +180,8 @@ void FileMapping::ensureView(std::int64_t n) {
     ensureReadOnlyView(n, end);
     return;
   }
-  growMapping(n);
-  if (!mappingOpen_) {
-    view_ = nullptr;
+  if (!growMapping(n) || !mappingOpen_) {
+    unmapView();
     return;
   }
   std::int64_t size = std::min(std::max(n, windowSize), mappingSize_ - position_);
@@ -179,18 +196,16 @@ void FileMapping::ensureView(std::int64_t n) {
 
 // Read-only mode. The file's own bytes come from read-only views that end at the end of the file; a read that
 // passes the end is served from a padded copy. mappingSize_ plays the part of the lengthened file: a read up to it
-// reads zeros past the end, one beyond the bound is refused and drops every later read, as in read-write mode.
+// reads zeros past the end. As in read-write mode, a read that would lengthen it beyond the bound is dropped, and
+// after one such refusal no read lengthens it any more until `rearm`; reads inside it still succeed.
 void FileMapping::ensureReadOnlyView(std::int64_t n, std::int64_t end) {
-  if (!dropped_ && end > mappingSize_) {
-    if (end - openSize_ > kMaximumGrowth) {
-      dropped_ = true;
-    } else {
-      mappingSize_ = end;
+  if (end > mappingSize_) {
+    if (growthRefused_ || end - openSize_ > kMaximumGrowth) {
+      growthRefused_ = true;
+      unmapView();
+      return;
     }
-  }
-  if (dropped_) {
-    unmapView();
-    return;
+    mappingSize_ = end;
   }
   if (viewCovers(position_, n)) return;
   if (end > openSize_) {
@@ -313,6 +328,7 @@ void FileMapping::borrowFrom(const FileMapping& source) {
   viewSize_ = source.viewSize_;
   mappingSize_ = source.mappingSize_;
   openSize_ = source.openSize_;
+  growthRefused_ = source.growthRefused_;
   windowSize = source.windowSize;
   fileName_ = source.fileName_;
 }

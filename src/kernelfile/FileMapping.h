@@ -25,7 +25,7 @@
 // past the end of the file as it was at open, so a short file can never fault. A read that passes the end reads
 // zeros there, as the read-write mapping would after lengthening the file, but nothing touches the file: the
 // read is served from a zero-padded copy. The same bound holds: a read ending more than kMaximumGrowth past the
-// end drops that read and every later one until `close` or `rearm`, as a refused lengthening does.
+// end is dropped, and so is every later read past the end until `rearm`, as after a refused lengthening.
 #pragma once
 
 #include <cstdint>
@@ -73,7 +73,7 @@ class FileMapping {
   // Reads `file` (opened for reading by somebody else, `size` bytes long at open) in read-only mode, without
   // owning it: close() forgets the file instead of closing it.
   void attachReadOnly(platform::FileHandle file, std::int64_t size, const std::string& name);
-  // In read-only mode: makes reads possible again after a read past the bound dropped them (a new query).
+  // In read-only mode: starts afresh for a new query: no read past the end made or refused yet, no padded copy.
   void rearm();
   virtual void close();
   bool isOpen() const { return file_.isOpen; }
@@ -103,13 +103,14 @@ class FileMapping {
   // Whether the n bytes from `offset` lie inside the file as it was at open and can be read now: read anywhere
   // within them, a read gives the file's own bytes and neither lengthens the file nor is dropped.
   bool liesInsideFile(std::int64_t offset, std::int64_t n) const {
-    return positionedReadsEnabled && file_.isOpen && mappingOpen_ && !dropped_ && offset >= 0 && n >= 0 &&
+    return positionedReadsEnabled && file_.isOpen && mappingOpen_ && offset >= 0 && n >= 0 &&
            offset <= openSize_ - n;
   }
 
   const void* view() const { return view_; }
   std::int64_t position() const { return position_; }
   std::int64_t fileSize() const { return fileSize_; }
+  std::int64_t openSize() const { return openSize_; }  // the file's size when it was opened
   std::int64_t viewOffset() const { return viewOffset_; }
   std::int64_t viewSize() const { return viewSize_; }
   std::int64_t mappingSize() const { return mappingSize_; }
@@ -120,7 +121,9 @@ class FileMapping {
   std::int64_t windowSize = kClosedWindowSize;
 
  private:
-  void growMapping(std::int64_t n);
+  // Makes the mapping reach `n` bytes past the position, lengthening the file if need be. False when it cannot
+  // (the growth is refused, or the end is not representable); the mapping then stays as it was.
+  bool growMapping(std::int64_t n);
   void createMapping(std::int64_t size, std::int64_t knownLength);
   void closeMapping();
   void unmapView();
@@ -137,13 +140,13 @@ class FileMapping {
   bool borrowed_ = false;          // the file (and in borrowFrom the view) belongs to somebody else
   bool readOnly_ = false;          // read-only mode: views never pass the end, the file never grows
   bool paddedView_ = false;        // view_ is padded_ (read-only mode, a read past the end), not a mapping
-  bool dropped_ = false;           // read-only mode: a read passed the bound; every read is dropped until rearm
   std::int64_t position_ = 0;      // logical read position, a byte offset from the start of the file
   std::int64_t fileSize_ = 0;      // the file's size at open; afterwards a high-water mark raised by seek
   std::int64_t viewOffset_ = 0;    // file offset of the byte at view_ (a multiple of kViewGranularity)
   std::int64_t viewSize_ = 0;      // bytes mapped at view_
   std::int64_t mappingSize_ = 0;   // size of the mapping
   std::int64_t openSize_ = 0;      // the file's size when it was opened; growth is measured from it
+  bool growthRefused_ = false;  // a lengthening was refused in this open: no further one is tried
   std::string fileName_;           // path of the file
   std::vector<unsigned char> padded_;  // read-only mode: the bytes of a read past the end, zeros beyond it
   // Blocks of the file fetched by positioned reads: bytes [offset, offset + size) of the file; size 0 when unused.

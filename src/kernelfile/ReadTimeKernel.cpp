@@ -124,7 +124,13 @@ std::int32_t ReadTimeKernel::readElementIds(std::int32_t* ids, std::int32_t capa
   readSectionHeader(kElementDirectory, total, unused);
   TK_CHECK(total >= 0);
   const std::int32_t m = std::min(total, std::max(capacity, 0));
-  if (m > 0) mapping.read(ids, static_cast<std::int64_t>(m) * 4);
+  if (m <= 0 || mapping.read(ids, static_cast<std::int64_t>(m) * 4)) return total;
+  // The read needed more growth than a call may make. IDs past the end of the file read as zero, as bytes past
+  // the end of a file do, and those inside it are read as they stand.
+  std::fill(ids, ids + m, 0);
+  const std::int64_t inside = std::max<std::int64_t>(0, (mapping.openSize() - tell()) / 4);
+  const std::int64_t k = std::min<std::int64_t>(m, inside);
+  if (k > 0) mapping.read(ids, k * 4);
   return total;
 }
 
@@ -186,9 +192,9 @@ void ReadTimeKernel::findRecords(std::int32_t section, const std::int32_t* ids, 
   std::int32_t n = 0, unused = 0;
   readSectionHeader(section, n, unused);
   TK_CHECK(n >= 0);
-  // The directory is read in place, not copied, but it is held to the bound of any array the file sizes: a count
-  // that claims more entries than the file could hold is corrupt, and must not map and lengthen gigabytes.
-  TK_CHECK(static_cast<std::int64_t>(n) * 12 <= allocationLimit);
+  // The directory is read in place, not copied, so its size is not held to the allocation limit. A count that
+  // claims more entries than the file holds cannot lengthen the file by more than the growth limit: such a read
+  // is dropped and its IDs are not found.
   const std::int64_t idsAt = tell();
   std::int64_t offsetsAt = 0;
   TK_CHECK(checkedMulAdd(n, 4, idsAt, &offsetsAt));

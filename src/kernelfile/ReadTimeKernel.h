@@ -27,8 +27,10 @@ class ReadTimeKernel : public TimeKernel {
   ReadTimeKernel(const ReadTimeKernel&) = delete;
   ReadTimeKernel& operator=(const ReadTimeKernel&) = delete;
 
-  // A new ReadTimeKernel. With `deep` it copies the name, the table, the counts and the selected mode. The clone of an open kernel sees the same file and view but never releases
-  // them (its close only forgets them), so the source stays valid; it must not be used after the source closes.
+  // A new ReadTimeKernel. With `deep` it copies the name, the table, the counts and the selected mode. The clone
+  // of an open kernel sees the same file and view but never releases them (its close only forgets them), so the
+  // source stays valid; it must not be used after the source closes.
+  // Kept as part of the object model; no export reaches it.
   counted_ptr<Base> clone(bool deep) const override;
   const char* className() const override { return "ReadTimeKernel"; }
 
@@ -97,23 +99,31 @@ class ReadTimeKernel : public TimeKernel {
   // A section of 0 rows gives an empty vector, which is how callers notice that a quantity was not stored.
   void readSectionColumn(std::int32_t section, std::int32_t column, Vector& vector, const IntArray* indices);
   // Rows `indices` of a row-contiguous section (21 to 26) into `matrix`: row i of the result is the section's
-  // column indices[i], over all its rows (steps).
-  void readHistoryRows(std::int32_t section, const IntArray& indices, Matrix& matrix);
+  // column indices[i], over its rows (steps) from `firstStep` on, as many as the matrix has columns. An owned
+  // matrix is reshaped to (indices by the section's steps) first; a view keeps its shape, so a caller reads a
+  // tile of steps through a view. A section of 0 rows or 0 columns does not store the quantity: an owned matrix
+  // then comes back empty, a view untouched, and the result is false. Otherwise the result is true.
+  bool readHistoryRows(std::int32_t section, const IntArray& indices, Matrix& matrix, std::int32_t firstStep = 0);
   // The contribution of the selected mode m to one column: phi_m (column m of section 0) times the modal
   // coordinate of m in that column of `section`. Fails when either read comes back empty or m is not a mode of
   // the modal section.
   void readModalColumn(std::int32_t section, std::int32_t column, Vector& vector, const IntArray* indices);
-  // The selected mode's contribution to the history rows: result(i, t) = phi_m[indices[i]] * q_m(t).
-  void readModalHistoryRows(std::int32_t section, const IntArray& indices, Matrix& matrix);
+  // The selected mode's contribution to the history rows: result(i, t) = phi_m[indices[i]] * q_m(t), over the
+  // steps from `firstStep` on, shaped as in readHistoryRows. Fails when the mode shape or the modal history is
+  // empty or m is not one of its modes.
+  void readModalHistoryRows(std::int32_t section, const IntArray& indices, Matrix& matrix,
+                            std::int32_t firstStep = 0);
 
   // The state at one step (sections 15/16/17, or the modal 18/19/20 under a selected mode).
   void readDisplacementAtStep(std::int32_t step, Vector& vector);
   void readVelocityAtStep(std::int32_t step, Vector& vector);
   void readAccelerationAtStep(std::int32_t step, Vector& vector);
   // The history of the listed rows (sections 21/22/23, or the modal 24/25/26 under a selected mode).
-  void readDisplacementHistory(const IntArray& indices, Matrix& matrix);
-  void readVelocityHistory(const IntArray& indices, Matrix& matrix);
-  void readAccelerationHistory(const IntArray& indices, Matrix& matrix);
+  // `firstStep` and the shape rules as in readHistoryRows; the result is false when the file does not store the
+  // quantity (direct storage only: an empty modal history fails).
+  bool readDisplacementHistory(const IntArray& indices, Matrix& matrix, std::int32_t firstStep = 0);
+  bool readVelocityHistory(const IntArray& indices, Matrix& matrix, std::int32_t firstStep = 0);
+  bool readAccelerationHistory(const IntArray& indices, Matrix& matrix, std::int32_t firstStep = 0);
   // The initial state (column 0): modal 12/13/14 under a selected mode; else 5/6/7 for a run with base motion,
   // 8/9/10 for one without.
   void readInitialState(Vector& displacement, Vector& velocity, Vector& acceleration, bool hasBaseMotion);

@@ -92,23 +92,32 @@ void ReadTimeKernel::readSectionColumn(std::int32_t section, std::int32_t column
   }
 }
 
-void ReadTimeKernel::readHistoryRows(std::int32_t section, const IntArray& indices, Matrix& matrix) {
+bool ReadTimeKernel::readHistoryRows(std::int32_t section, const IntArray& indices, Matrix& matrix,
+                                     std::int32_t firstStep) {
   std::int32_t a = 0, b = 0;
   readSectionHeader(section, a, b);
   TK_CHECK(a >= 0 && b >= 0);
+  // A section of 0 steps or 0 degrees of freedom is how a file says that it does not store the quantity (a
+  // solver that writes displacements only); its rows are not there to read.
+  if (a == 0 || b == 0) {
+    if (matrix.owned) matrix.resize(indices.size, 0);
+    return false;
+  }
+  TK_CHECK(firstStep >= 0 && firstStep <= a);
   if (matrix.owned && (matrix.rows != indices.size || matrix.cols != a)) matrix.resize(indices.size, a);
   const std::int64_t base = tell();
-  const std::int32_t columns = std::min(a, matrix.cols);
-  const std::int64_t rowBytes = static_cast<std::int64_t>(a) * 8;
+  const std::int32_t columns = std::min(a - firstStep, matrix.cols);
+  const std::int64_t runBytes = static_cast<std::int64_t>(columns) * 8;
   for (std::int32_t i = 0; i < indices.size; ++i) {
     const std::int32_t r = indices[i];
     TK_CHECK(r >= 0 && r < b);  // a row of the response tables that the section does not hold
-    seek(positionOf(base, r, a, 0));
+    seek(positionOf(base, r, a, static_cast<std::int64_t>(firstStep) * 8));
     // Straight from the view into the matrix: no intermediate buffer.
-    const unsigned char* p = mapping.take(rowBytes);
+    const unsigned char* p = mapping.take(runBytes);
     if (p == nullptr || i >= matrix.rows) continue;
     for (std::int32_t t = 0; t < columns; ++t) matrix.at(i, t) = readF64(p + 8 * static_cast<std::int64_t>(t));
   }
+  return true;
 }
 
 void ReadTimeKernel::readModalColumn(std::int32_t section, std::int32_t column, Vector& vector,
@@ -127,22 +136,35 @@ void ReadTimeKernel::readModalColumn(std::int32_t section, std::int32_t column, 
   for (std::int32_t i = 0; i < vector.size; ++i) *vector.at(i) *= f;
 }
 
-void ReadTimeKernel::readModalHistoryRows(std::int32_t section, const IntArray& indices, Matrix& matrix) {
-  Vector phi;
-  readSectionColumn(kModeShapes, selectedMode, phi, nullptr);
-  TK_CHECK(phi.size != 0);
+void ReadTimeKernel::readModalHistoryRows(std::int32_t section, const IntArray& indices, Matrix& matrix,
+                                          std::int32_t firstStep) {
+  // phi_m at the listed rows only, each read where it stands in column m of section 0: a history read in tiles
+  // of steps must not copy the whole mode shape for every tile.
+  std::int32_t dofs = 0, modes = 0;
+  readSectionHeader(kModeShapes, dofs, modes);
+  TK_CHECK(dofs > 0 && selectedMode >= 0 && selectedMode < modes);  // an empty or missing mode shape fails
+  const std::int64_t shape = positionOf(tell(), selectedMode, dofs, 0);
   Vector restricted;
   restricted.resize(indices.size);
+  restricted.setZero();  // an entry with no view reads as zero
   for (std::int32_t i = 0; i < indices.size; ++i) {
     const std::int32_t r = indices[i];
-    TK_CHECK(r >= 0 && r < phi.size);
-    *restricted.at(i) = *phi.at(r);
+    TK_CHECK(r >= 0 && r < dofs);
+    seek(positionOf(shape, r, 1, 0));
+    mapping.read(restricted.at(i), 8);
   }
   Matrix q;
   IntArray mode;
   mode.resize(1);
   mode.data[0] = selectedMode;
-  readHistoryRows(section, mode, q);
+  std::int32_t steps = 0, unused = 0;
+  readSectionHeader(section, steps, unused);
+  const std::int32_t wanted = matrix.owned ? steps : matrix.cols;
+  TK_CHECK(wanted >= 0);
+  q.resize(1, std::max(0, std::min(wanted, steps - firstStep)));
+  q.setZero();
+  Matrix qView = Matrix::view(1, q.cols, q.data, 1);
+  readHistoryRows(section, mode, qView, firstStep);
   TK_CHECK(!q.empty());
   if (matrix.owned && (matrix.rows != indices.size || matrix.cols != q.cols)) matrix.resize(indices.size, q.cols);
   const std::int32_t rows = std::min(indices.size, matrix.rows);
@@ -178,28 +200,22 @@ void ReadTimeKernel::readAccelerationAtStep(std::int32_t step, Vector& vector) {
   }
 }
 
-void ReadTimeKernel::readDisplacementHistory(const IntArray& indices, Matrix& matrix) {
-  if (selectedMode < 0) {
-    readHistoryRows(21, indices, matrix);
-  } else {
-    readModalHistoryRows(24, indices, matrix);
-  }
+bool ReadTimeKernel::readDisplacementHistory(const IntArray& indices, Matrix& matrix, std::int32_t firstStep) {
+  if (selectedMode < 0) return readHistoryRows(21, indices, matrix, firstStep);
+  readModalHistoryRows(24, indices, matrix, firstStep);
+  return true;
 }
 
-void ReadTimeKernel::readVelocityHistory(const IntArray& indices, Matrix& matrix) {
-  if (selectedMode < 0) {
-    readHistoryRows(22, indices, matrix);
-  } else {
-    readModalHistoryRows(25, indices, matrix);
-  }
+bool ReadTimeKernel::readVelocityHistory(const IntArray& indices, Matrix& matrix, std::int32_t firstStep) {
+  if (selectedMode < 0) return readHistoryRows(22, indices, matrix, firstStep);
+  readModalHistoryRows(25, indices, matrix, firstStep);
+  return true;
 }
 
-void ReadTimeKernel::readAccelerationHistory(const IntArray& indices, Matrix& matrix) {
-  if (selectedMode < 0) {
-    readHistoryRows(23, indices, matrix);
-  } else {
-    readModalHistoryRows(26, indices, matrix);
-  }
+bool ReadTimeKernel::readAccelerationHistory(const IntArray& indices, Matrix& matrix, std::int32_t firstStep) {
+  if (selectedMode < 0) return readHistoryRows(23, indices, matrix, firstStep);
+  readModalHistoryRows(26, indices, matrix, firstStep);
+  return true;
 }
 
 void ReadTimeKernel::readInitialState(Vector& displacement, Vector& velocity, Vector& acceleration,

@@ -35,6 +35,7 @@ class TimeKernel : public Base {
   TimeKernel();
   ~TimeKernel() override;
 
+  // Kept as part of the object model; no export reaches it (the doors never clone).
   counted_ptr<Base> clone(bool deep) const override;
   const char* className() const override { return "TimeKernel"; }
 
@@ -45,6 +46,7 @@ class TimeKernel : public Base {
   // Moves the read position to an offset from the start, if something is open.
   virtual void seek(std::int64_t offset);
 
+  // Kept as part of the object model; no export reaches it.
   std::FILE* stream = nullptr;                      // no read cycle opens it; stays null
   std::string fileName;                             // path of the kernel file
   std::int64_t sectionPositions[kSectionCount];     // absolute offset of each section, -1 when absent

@@ -31,8 +31,11 @@ struct Pick {
 // What a recovery will do, fixed (and checked) before anything is formed.
 struct Plan {
   std::int32_t components = 0;  // the key's componentCount: rows of one point's column
-  std::int32_t size = 0;        // values of one result column: components * points, the recovery rows
-  std::int32_t columns = 0;     // time points formed
+  std::int32_t size = 0;        // rows of the recovery table: the values each product writes
+  std::int32_t reachable = 0;   // components * whole points: the values a selection or an offset can reach
+  std::int32_t width = 0;       // time points formed: the displacement columns
+  std::int32_t first = 0;       // the first formed time point that is written to the output
+  std::int32_t columns = 0;     // time points written, to output columns 0 .. columns-1
   bool reference = false;       // take F u0 off
   bool offset = false;          // add f0
   bool velocity = false;        // add V v
@@ -44,16 +47,20 @@ struct Plan {
 // and lists the selection entries that land in the result and in the output.
 Plan makePlan(const TimeKernelElement& element, const Tables& t, const RecoveryPicks& key,
               const Matrix& displacements, const Matrix& velocities, const Matrix& loadFactors,
-              const Matrix& output) {
+              std::int32_t firstColumn, const Matrix& output) {
   Plan plan;
   const Matrix& f = t.recovery;
   plan.components = key.components;
   TK_CHECK(plan.components > 0);
-  // The result is taken as whole points; a remainder would leave the rotation's view short of the product.
-  TK_CHECK(f.rows % plan.components == 0);
   TK_CHECK(f.cols == displacements.rows);  // one table column per degree of freedom
   plan.size = f.rows;
-  plan.columns = std::min(displacements.cols, output.cols);
+  // A table whose rows are not a multiple of the component count: the products still write every row, but
+  // only whole points are results; the remainder rows are reachable by no key.
+  plan.reachable = f.rows / plan.components * plan.components;
+  plan.width = displacements.cols;
+  TK_CHECK(firstColumn >= 0 && firstColumn <= plan.width);
+  plan.first = firstColumn;
+  plan.columns = std::min(plan.width - firstColumn, output.cols);
 
   const Vector& u0 = element.referenceDisplacement;
   plan.reference = !u0.empty();
@@ -62,27 +69,28 @@ Plan makePlan(const TimeKernelElement& element, const Tables& t, const RecoveryP
   plan.offset = !t.offset.empty();
   if (plan.offset) {
     if (t.flatOffset) {
-      TK_CHECK(t.offset.count() >= plan.size);
+      TK_CHECK(t.offset.count() >= plan.reachable);
     } else {
-      TK_CHECK(t.offset.count() == plan.size);
+      // One value for each result, or one for each table row.
+      TK_CHECK(t.offset.count() == plan.reachable || t.offset.count() == plan.size);
     }
   }
 
   plan.velocity = t.velocity != nullptr && !t.velocity->empty() && !velocities.empty();
   if (plan.velocity) {
     TK_CHECK(t.velocity->rows == plan.size && t.velocity->cols == velocities.rows);
-    TK_CHECK(velocities.cols >= plan.columns);
+    TK_CHECK(velocities.cols >= plan.width);
   }
 
   plan.load = t.load != nullptr && !t.load->empty() && !loadFactors.empty();
   if (plan.load) {
     TK_CHECK(t.load->rows >= plan.size);         // each load column holds a whole result
     TK_CHECK(t.load->cols >= loadFactors.rows);  // a load-factor row beyond the load table
-    TK_CHECK(loadFactors.cols >= plan.columns);
+    TK_CHECK(loadFactors.cols >= plan.width);
   }
 
   for (const IdMap::Entry& entry : *key.selection) {
-    if (entry.key < 0 || entry.key >= plan.size) continue;
+    if (entry.key < 0 || entry.key >= plan.reachable) continue;
     if (entry.value < 0 || entry.value >= output.rows) continue;
     plan.picks.push_back(Pick{entry.key, entry.value});
   }
@@ -100,39 +108,15 @@ void addOffset(const Matrix& offset, std::int32_t size, double* y) {
   }
 }
 
-// One time point by matrix-vector products, in the designed order: F u, - F u0, + f0, + V v, - L a.
-void formOneColumn(const TimeKernelElement& element, const Tables& t, const Plan& plan,
-                   const Matrix& displacements, const Matrix& velocities, const Matrix& loadFactors,
-                   double* y) {
+// Forms every time point of the tile: Y = (f0 - F u0) + F U + V Vdot - L A, one matrix-matrix product per term
+// over all columns, with the constant column formed once and standing in Y before the first product adds to it.
+// Both flows form their values here, the one-step flow on a tile of the history's width with its step at the
+// history's column (ElementTile.h), so that a value comes from the same operations on the same operands in
+// either flow and agrees to the bit.
+void formColumns(const TimeKernelElement& element, const Tables& t, const Plan& plan,
+                 const Matrix& displacements, const Matrix& velocities, const Matrix& loadFactors, Matrix& y) {
   const Matrix& f = t.recovery;
-  DGEMV(plan.size, f.cols, 1.0, f.data, f.columnDistance(), displacements.data, 1, 0.0, y, 1);
-  if (plan.reference) {
-    const Vector& u0 = element.referenceDisplacement;
-    DGEMV(plan.size, f.cols, -1.0, f.data, f.columnDistance(), u0.data, u0.stride, 1.0, y, 1);
-  }
-  if (plan.offset) addOffset(t.offset, plan.size, y);
-  if (plan.velocity) {
-    const Matrix& v = *t.velocity;
-    DGEMV(plan.size, v.cols, 1.0, v.data, v.columnDistance(), velocities.data, 1, 1.0, y, 1);
-  }
-  if (plan.load) {
-    const Matrix& l = *t.load;
-    const std::int64_t distance = l.columnDistance();
-    for (std::int32_t i = 0; i < loadFactors.rows; ++i) {
-      const double a = loadFactors.data[i];
-      const double* column = l.data + i * distance;
-      for (std::int32_t k = 0; k < plan.size; ++k) y[k] -= a * column[k];
-    }
-  }
-}
-
-// All time points at once, one matrix-matrix product per term: Y = (f0 - F u0) + F U + V Vdot - L A. The
-// constant column is formed once and stands in Y before the first product adds to it.
-void formAllColumns(const TimeKernelElement& element, const Tables& t, const Plan& plan,
-                    const Matrix& displacements, const Matrix& velocities, const Matrix& loadFactors,
-                    Matrix& y) {
-  const Matrix& f = t.recovery;
-  const std::int32_t n = plan.columns;
+  const std::int32_t n = plan.width;
   double beta = 0.0;
   if (plan.reference || plan.offset) {
     Vector constant;
@@ -165,34 +149,29 @@ void rotate(const TimeKernelElement& element, Rotation rotation, Matrix& point) 
   if (rotation == Rotation::kStress) element.rotateStress(point);
 }
 
-// The common recovery: check, form the result columns, rotate when asked, pick the selected positions.
+// The common recovery: check, form the tile's columns, rotate when asked, pick the selected positions of the
+// columns that are written.
 void recover(const TimeKernelElement& element, const Tables& t, const RecoveryPicks& key, bool rotateResult,
              const Matrix& displacements, const Matrix& velocities,
-             const Matrix& loadFactors, Matrix& output) {
-  const Plan plan = makePlan(element, t, key, displacements, velocities, loadFactors, output);
+             const Matrix& loadFactors, std::int32_t firstColumn, Matrix& output) {
+  const Plan plan = makePlan(element, t, key, displacements, velocities, loadFactors, firstColumn, output);
   if (plan.picks.empty() || plan.columns <= 0) return;
 
   // The result: one column of `size` values per time point, owned here for the time of this recovery.
   Matrix y;
-  y.resize(plan.size, plan.columns);
-  if (plan.columns == 1) {
-    formOneColumn(element, t, plan, displacements, velocities, loadFactors, y.data);
-  } else {
-    formAllColumns(element, t, plan, displacements, velocities, loadFactors, y);
-  }
+  y.resize(plan.size, plan.width);
+  formColumns(element, t, plan, displacements, velocities, loadFactors, y);
 
-  if (rotateResult && t.rotation != Rotation::kNone) {
-    // Each time point's result viewed as components by points, one point per column.
-    const std::int32_t points = plan.size / plan.components;
-    for (std::int32_t j = 0; j < plan.columns; ++j) {
-      Matrix point = Matrix::view(plan.components, points, &y.at(0, j), plan.components);
-      rotate(element, t.rotation, point);
-    }
-  }
-
+  const bool rotated = rotateResult && t.rotation != Rotation::kNone;
+  const std::int32_t points = plan.reachable / plan.components;
   const std::int64_t outputDistance = output.columnDistance();
   for (std::int32_t j = 0; j < plan.columns; ++j) {
-    const double* column = &y.at(0, j);
+    double* column = &y.at(0, plan.first + j);
+    if (rotated) {
+      // The time point's result viewed as components by points, one point per column.
+      Matrix point = Matrix::view(plan.components, points, column, plan.components);
+      rotate(element, t.rotation, point);
+    }
     double* target = output.data + j * outputDistance;
     for (const Pick& pick : plan.picks) target[pick.target] = column[pick.source];
   }
@@ -204,28 +183,29 @@ bool hasPicks(const RecoveryPicks& picks) { return picks.selection != nullptr &&
 
 void recoverForce(const TimeKernelElement& element, const RecoveryPicks& picks, bool rotateResult,
                   const Matrix& displacements, const Matrix& velocities, const Matrix& loadFactors,
-                  Matrix& output) {
+                  Matrix& output, std::int32_t firstColumn) {
   if (element.forceRecovery.empty() || !hasPicks(picks)) return;
   const Tables t{element.forceRecovery, element.forceOffset, &element.velocityForce, &element.forceLoad, false,
                  Rotation::kForce};
-  recover(element, t, picks, rotateResult, displacements, velocities, loadFactors, output);
+  recover(element, t, picks, rotateResult, displacements, velocities, loadFactors, firstColumn, output);
 }
 
 void recoverStress(const TimeKernelElement& element, const RecoveryPicks& picks, bool rotateResult,
-                   const Matrix& displacements, const Matrix& loadFactors, Matrix& output) {
+                   const Matrix& displacements, const Matrix& loadFactors, Matrix& output,
+                   std::int32_t firstColumn) {
   if (!element.hasStressRecovery() || element.stressRecovery.empty() || !hasPicks(picks)) return;
   const Tables t{element.stressRecovery, element.stressOffset, nullptr, &element.stressLoad, false,
                  Rotation::kStress};
   const Matrix noVelocities;
-  recover(element, t, picks, rotateResult, displacements, noVelocities, loadFactors, output);
+  recover(element, t, picks, rotateResult, displacements, noVelocities, loadFactors, firstColumn, output);
 }
 
 void recoverDeform(const TimeKernelElement& element, const RecoveryPicks& picks, const Matrix& displacements,
-                   Matrix& output) {
+                   Matrix& output, std::int32_t firstColumn) {
   if (!element.hasDeformRecovery() || element.stressRecovery.empty() || !hasPicks(picks)) return;
   const Tables t{element.stressRecovery, element.stressOffset, nullptr, nullptr, true, Rotation::kNone};
   const Matrix none;
-  recover(element, t, picks, false, displacements, none, none, output);
+  recover(element, t, picks, false, displacements, none, none, firstColumn, output);
 }
 
 }  // namespace Zarn

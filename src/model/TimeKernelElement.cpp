@@ -24,11 +24,9 @@ void TimeKernelElement::clear() {
   stressLoad.clear();
   forceRecovery.clear();
   stressRecovery.clear();
-  // velocityForce is deliberately left out: it keeps its storage and shape until the next record read
-  // overwrites it or the prototype is destroyed, and a dof-rows read in between leaves it alone too. That is
-  // the prototype's defined behaviour, and it is harmless: recovery only ever runs right after a whole record read,
-  // which rewrites the table (with an empty one when the record has none), so the walks that read only dofRows
-  // never hand a stale table to a computation.
+  // velocityForce is left out: it keeps its storage and shape until the next whole record read overwrites it,
+  // and a dof-rows read in between leaves it alone too. The end of each call empties it (Request::clear), so
+  // that no call can meet the table of an earlier one.
   referenceDisplacement.clear();
 }
 

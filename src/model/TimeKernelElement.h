@@ -34,6 +34,7 @@ class TimeKernelElement : public Base {
   // A new element of the same class in a counted pointer; with `deep` a full copy of every field (tables and
   // reference state as owned copies). An empty pointer when the object cannot be
   // made.
+  // Kept as part of the object model; no export reaches it.
   counted_ptr<Base> clone(bool deep) const override;
   const char* className() const override { return "TimeKernelElement"; }
 

@@ -30,6 +30,7 @@ class TimeKernelNode : public Base {
 
   // A new node in a counted pointer. With `deep` it copies id, both arrays and the rotation (shape and values);
   // without, it is a cleared node. An empty pointer when the object cannot be made.
+  // Kept as part of the object model; no export reaches it.
   counted_ptr<Base> clone(bool deep) const override;
   const char* className() const override { return "TimeKernelNode"; }
 

@@ -910,3 +910,190 @@ TEST_F(ElementFlow, LongerBlocksKeepTheirTailsZero) {
 }
 
 }  // namespace
+
+// ---------------------------------------------------------------------------------------------------------------
+// Exactness: the two flows, files that do not store a quantity, tables with remainder rows, long histories.
+
+namespace {
+
+// A model of `steps` steps (the default data, longer).
+Response longResponse(std::int32_t steps) {
+  Response m;
+  m.steps = steps;
+  m.u = waves(std::int64_t(m.dofs) * steps, 201);
+  m.v = waves(std::int64_t(m.dofs) * steps, 202);
+  m.q = waves(std::int64_t(m.modes) * steps, 204);
+  m.qdot = waves(std::int64_t(m.modes) * steps, 205);
+  m.a = waves(std::int64_t(m.loads) * steps, 206);
+  return m;
+}
+
+const std::int32_t kAllClasses[] = {580, 582, 583, 584, 586, 594, 642, 643, 645, 768};
+
+// Every response id of every key of `code`, at every location its tables have.
+std::vector<std::int32_t> everyKeyOf(std::int32_t code) {
+  std::vector<std::int32_t> keys;
+  for (Kind kind : {kForce, kStress, kDeform}) {
+    const KeyTable* key = keyTable(code, kind);
+    if (key == nullptr) continue;
+    const std::int32_t points = kind == kForce ? forcePoints(code) : stressPoints(code);
+    for (std::int32_t p = 0; p < points; ++p) {
+      for (std::int32_t c : key->codes) keys.push_back(responseId(p + (key->fromOne ? 1 : 0), c));
+    }
+  }
+  return keys;
+}
+
+}  // namespace
+
+// Every double of the history equals, bit for bit, the single-step value at that step, for all ten classes with
+// every table present, under flags 0, 2, 4 and their combinations. 150 steps span two whole tiles of steps and
+// a remainder.
+TEST(ElementExactness, HistoryAndSingleStepAgreeBitForBit) {
+  const Response m = longResponse(150);
+  std::vector<Element> elements;
+  std::int32_t slot = 0;
+  for (std::int32_t code : kAllClasses) {
+    for (std::int32_t copy = 0; copy < 2; ++copy, ++slot) {
+      elements.push_back({idOf(std::size_t(slot)), makeRecord(code, slot, m, Features{}, 300 + 17 * slot)});
+    }
+  }
+  TempFile file("exactness");
+  makeFile(m, elements).write(file.path());
+  std::int64_t compared = 0;
+  for (const Element& e : elements) {
+    const std::vector<std::int32_t> keys = everyKeyOf(e.record.typeCode);
+    for (std::int32_t extra : {0, kRotate, kSingleMode, kRotate | kSingleMode}) {
+      const std::int32_t flags = kElementResults | extra;
+      const std::int32_t mode = (extra & kSingleMode) != 0 ? 2 : 0;
+      SCOPED_TRACE("type " + std::to_string(e.record.typeCode) + " flags " + std::to_string(flags));
+      const Call history = outputHistory(file.path(), flags, {e.id}, keys, m.steps, mode);
+      ASSERT_EQ(history.status, 0);
+      for (std::int32_t t = 0; t < m.steps; ++t) {
+        const Call step = outputStep(file.path(), flags, {e.id}, keys, t + 1, mode);
+        ASSERT_EQ(step.status, 0);
+        for (std::size_t r = 0; r < keys.size(); ++r) {
+          const double h = history.result[r + keys.size() * std::size_t(t)];
+          ASSERT_EQ(h, step.result[r]) << "key " << keys[r] << " step " << t;
+          // And both are the formula's value (to rounding), formed here independently.
+          ASSERT_TRUE(close(h, expectedValue(e.record, keys[r], Inputs{m, flags, mode - 1}, t)))
+              << "key " << keys[r] << " step " << t;
+          ++compared;
+        }
+      }
+    }
+  }
+  EXPECT_GT(compared, 10000);
+}
+
+// A file that does not store velocities (sections 16, 19, 22, 25 of shape 0 x 0, steps x 0 or 0 x dofs):
+// requests answer, with no velocity term, in both flows.
+TEST(ElementExactness, FilesWithoutVelocitiesGiveNoVelocityTerm) {
+  const Response m;
+  std::vector<Element> elements;
+  for (std::int32_t slot = 0; slot < 10; ++slot) {
+    elements.push_back({idOf(std::size_t(slot)), makeRecord(kAllClasses[slot], slot, m, Features{}, 50 + slot)});
+  }
+  struct Shape {
+    const char* name;
+    std::int32_t byStepRows, byStepCols;  // sections 16 and 19 have (rows, cols); 22 and 25 the transpose
+  };
+  for (const Shape& shape : {Shape{"0 x 0", 0, 0}, Shape{"a x 0", 1, 0}, Shape{"0 x b", 0, 1}}) {
+    KernelFile f = makeFile(m, elements);
+    const std::int32_t directRows = shape.byStepRows != 0 ? m.dofs : 0;
+    const std::int32_t cols = shape.byStepCols != 0 ? m.steps : 0;
+    f.setMatrix(16, directRows, cols, std::vector<double>(std::size_t(directRows) * std::size_t(cols), 0.0));
+    f.setMatrix(22, cols, directRows, std::vector<double>(std::size_t(directRows) * std::size_t(cols), 0.0));
+    TempFile file("no_velocities");
+    f.write(file.path());
+    for (std::int32_t extra : {0, kRotate}) {
+      const std::int32_t flags = kElementResults | extra;
+      SCOPED_TRACE(std::string(shape.name) + " flags " + std::to_string(flags));
+      for (const Element& e : elements) {
+        ElementRecord withoutVelocity = e.record;
+        withoutVelocity.velocityForce = Table{};
+        const std::vector<std::int32_t> keys = everyKeyOf(e.record.typeCode);
+        const Call history = outputHistory(file.path(), flags, {e.id}, keys, m.steps);
+        ASSERT_EQ(history.status, 0) << e.record.typeCode;
+        for (std::int32_t t = 0; t < m.steps; ++t) {
+          const Call step = outputStep(file.path(), flags, {e.id}, keys, t + 1);
+          ASSERT_EQ(step.status, 0);
+          for (std::size_t r = 0; r < keys.size(); ++r) {
+            const double expected = expectedValue(withoutVelocity, keys[r], Inputs{m, flags, 0}, t);
+            EXPECT_TRUE(close(history.result[r + keys.size() * std::size_t(t)], expected)) << keys[r];
+            EXPECT_TRUE(close(step.result[r], expected)) << keys[r];
+          }
+        }
+      }
+    }
+  }
+}
+
+// Rows past the last whole point: the products form them, but no key reaches them. A bush deformation table of
+// 8 rows (6 components, one point) with a 6-value offset gives its 6 values and nothing at positions 6 and 7; a
+// bar force table of 13 rows (6 components) gives its two points and nothing at position 12.
+TEST(ElementExactness, RemainderRowsAreFormedButReachedByNoKey) {
+  const Response m;
+  ElementRecord bush = makeRecord(580, 0, m, Features{}, 70);
+  bush.stressRecovery = table(8, 12, 71);
+  bush.stressOffset = table(6, 1, 72);
+  ElementRecord bar = makeRecord(583, 1, m, Features{}, 80);
+  bar.forceRecovery = table(13, 12, 81);
+  bar.velocityForce = table(13, 12, 82);
+  bar.forceLoad = table(13, std::uint32_t(m.loads), 83);
+  bar.forceOffset = table(6, 2, 84);
+  TempFile file("remainder_rows");
+  makeFile(m, {{11, bush}, {12, bar}}).write(file.path());
+
+  const std::vector<std::int32_t> deform = {121101, 121102, 121103, 121104, 121105, 121106,
+                                            responseId(1, 121101), responseId(1, 121102)};
+  const std::vector<std::int32_t> force = {responseId(1, 140402), responseId(2, 140407), responseId(3, 140402)};
+  for (const auto& request : {std::make_pair(11, deform), std::make_pair(12, force)}) {
+    const ElementRecord& r = request.first == 11 ? bush : bar;
+    const std::vector<std::int32_t>& keys = request.second;
+    const Call history = outputHistory(file.path(), kElementResults, {request.first}, keys, m.steps);
+    ASSERT_EQ(history.status, 0) << request.first;
+    for (std::int32_t t = 0; t < m.steps; ++t) {
+      const Call step = outputStep(file.path(), kElementResults, {request.first}, keys, t + 1);
+      ASSERT_EQ(step.status, 0);
+      for (std::size_t k = 0; k < keys.size(); ++k) {
+        // Formed here: the whole points' rows only (the offset has exactly those values).
+        const bool reachable = request.first == 11 ? k < 6 : k < 2;
+        const double expected = reachable ? expectedValue(r, keys[k], Inputs{m, kElementResults, 0}, t) : 0.0;
+        EXPECT_TRUE(close(history.result[k + keys.size() * std::size_t(t)], expected)) << keys[k];
+        EXPECT_EQ(history.result[k + keys.size() * std::size_t(t)], step.result[k]) << keys[k];
+      }
+    }
+  }
+}
+
+// One warping bar over 10,000 steps in a file of about 1.1 MB that holds only sections 21, 4 and 3: the history
+// is formed a tile at a time, so the per-call allocation limit (four times the file) does not refuse it.
+TEST(ElementExactness, LongHistoryInASmallFileIsFormed) {
+  Response m = longResponse(10000);
+  m.dofs = 14;
+  m.u = waves(std::int64_t(m.dofs) * m.steps, 211);
+  ElementRecord r = ElementRecord::make(586, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13});
+  const std::uint32_t fc = std::uint32_t(componentsOf(586, kForce)), sc = std::uint32_t(componentsOf(586, kStress));
+  r.forceRecovery = table(fc * 2, 14, 212);
+  r.stressRecovery = table(sc * 2, 14, 213);
+  r.forceLoad = table(fc * 2, std::uint32_t(m.loads), 214);
+  r.stressLoad = table(sc * 2, std::uint32_t(m.loads), 215);
+  r.setReference(waves(14, 216));
+  KernelFile f;
+  f.setMatrix(21, m.steps, m.dofs, std::vector<double>(m.u));
+  f.setMatrix(4, m.loads, m.steps, std::vector<double>(m.a));
+  f.addElement(77, r);
+  TempFile file("long_history");
+  f.write(file.path());
+  const std::vector<std::int32_t> keys = {responseId(1, 140402), responseId(2, 142101), responseId(1, 530403)};
+  const Call history = outputHistory(file.path(), kElementResults, {77}, keys, m.steps);
+  ASSERT_EQ(history.status, 0);
+  for (std::int32_t t : {0, 63, 64, 1023, 1024, 5000, 9999}) {
+    for (std::size_t k = 0; k < keys.size(); ++k) {
+      EXPECT_TRUE(close(history.result[k + keys.size() * std::size_t(t)],
+                        expectedValue(r, keys[k], Inputs{m, kElementResults, 0}, t)))
+          << keys[k] << " step " << t;
+    }
+  }
+}

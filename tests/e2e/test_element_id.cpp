@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "TimeKernel.h"
 #include "cycle/TheKernel.h"
 #include "kernelfile/FileMapping.h"
+#include "model/TimeKernelElement.h"
 #include "kernelwriter/KernelWriter.h"
 #include "support/TestSupport.h"
 
@@ -311,6 +313,73 @@ TEST_F(ElementIdTest, AWellFormedFileIsNotChanged) {
   const std::string before = testsupport::readWholeFile(file.path());
   ASSERT_EQ(call(file.path(), 7, 7), 0);
   EXPECT_EQ(testsupport::readWholeFile(file.path()), before);
+}
+
+// A directory that claims more IDs than the file holds, by more than one call may lengthen a file: the IDs
+// inside the file are listed as they stand and those past its end as zeros, as bytes past the end read.
+TEST_F(ElementIdTest, IdsBeyondTheGrowthLimitReadAsZeros) {
+  KernelFile f = kernelWithElements(kIds);
+  const std::int32_t claimed = 400000;  // 1.6 MB of IDs from a file of a few hundred bytes
+  f.setSectionHeaderOverride(3, 3, claimed, 0);
+  const Layout layout = f.write(file.path());
+  const std::string bytes = testsupport::readWholeFile(file.path());
+  ASSERT_EQ(call(file.path(), claimed, std::size_t(claimed)), 0);
+  EXPECT_EQ(count, claimed);
+  const std::int64_t first = layout.sectionPositions[3] + 12;
+  for (std::int32_t k = 0; k < claimed; ++k) {
+    std::int32_t expected = 0;
+    const std::int64_t at = first + 4 * std::int64_t(k);
+    if (at + 4 <= std::int64_t(bytes.size())) std::memcpy(&expected, bytes.data() + at, 4);
+    ASSERT_EQ(ids[std::size_t(k)], expected) << k;
+  }
+  for (std::size_t k = 0; k < kIds.size(); ++k) EXPECT_EQ(ids[k], kIds[k]);
+  EXPECT_EQ(sizeOnDisk(file.path()), std::int64_t(bytes.size()));
+}
+
+// Nothing of a call survives it: the element prototypes hold no table afterwards, the velocity table included.
+TEST_F(ElementIdTest, NoElementTableSurvivesACall) {
+  KernelFile f = kernelWithElements({});
+  ElementRecord bar = ElementRecord::make(583, {0, 1, 2});
+  bar.forceRecovery = kernelwriter::Table::matrix(12, 3, std::vector<double>(36, 1.5));
+  bar.velocityForce = kernelwriter::Table::matrix(12, 3, std::vector<double>(36, 2.5));
+  f.addElement(9, bar);
+  f.setMatrix(4, 0, 4, std::vector<double>());   // an analysis without loads
+  f.setMatrix(22, 0, 0, std::vector<double>());  // and without stored velocities
+  f.write(file.path());
+  const std::int32_t id = 9, key = 100140402;
+  std::vector<double> result(4, 0.0);
+  ASSERT_EQ(TimeKernelOutputResult(file.path().c_str(), 1, &id, 1, &key, 1, 0, 0, result.data(), 4), 0);
+  EXPECT_EQ(result[0], 1.5 * 0.5 * (0.0 + 4.0 + 8.0));  // step 0: u = 0, 0.5 * 4, 0.5 * 8; no velocity term
+  for (const auto& prototype : theRequest.elementPrototypes) {
+    EXPECT_TRUE(prototype.second->velocityForce.empty()) << "type " << prototype.first;
+    EXPECT_TRUE(prototype.second->forceRecovery.empty()) << "type " << prototype.first;
+  }
+}
+
+// The directory is read in place, not copied: a model whose directory is larger than the memory the machine
+// reports free is still served.
+TEST_F(ElementIdTest, DirectoryLargerThanTheFreeMemoryIsServed) {
+  KernelFile f;
+  f.setMatrix(21, 4, 3, history(4, 3));
+  const std::int32_t elements = 120000;  // 1.44 MB of directory
+  ElementRecord rod = ElementRecord::make(582, {0, 1, 2});
+  rod.forceRecovery = kernelwriter::Table::matrix(2, 3, {1.0, 2.0, 3.0, 4.0, 5.0, 6.0});
+  f.addElement(1, rod);
+  for (std::int32_t k = 2; k <= elements; ++k) f.addElementDirectoryEntry(k, -1);
+  f.setMatrix(4, 0, 4, std::vector<double>());  // an analysis without loads
+  f.write(file.path());
+  platform::calls().availableMemory = [](std::int64_t* bytes) {
+    *bytes = 256 * 1024;
+    return true;
+  };
+  const std::int32_t id = 1, key = 100130402;
+  std::vector<double> result(4, -1.0);
+  ASSERT_EQ(TimeKernelOutputResult(file.path().c_str(), 1, &id, 1, &key, 1, 0, 0, result.data(), 4), 0);
+  // Step t: u = 0.5 * (t, 4 + t, 8 + t) by row, in column d of section 21 at d * steps + t.
+  for (std::int32_t t = 0; t < 4; ++t) {
+    const double u0 = 0.5 * t, u1 = 0.5 * (4 + t), u2 = 0.5 * (8 + t);
+    EXPECT_EQ(result[std::size_t(t)], 1.0 * u0 + 3.0 * u1 + 5.0 * u2) << t;
+  }
 }
 
 }  // namespace

@@ -130,23 +130,6 @@ const std::int32_t kSolidStress = 312104;
 INSTANTIATE_TEST_SUITE_P(
     Shapes, ElementFlowMalformed,
     testing::Values(
-        Defect{"force_rows_not_whole_points",
-               bar,
-               [](ElementRecord& r) {
-                 r.forceRecovery = table(13, 12, 1);
-                 r.velocityForce = table(13, 12, 3);
-                 r.forceOffset = Table{};
-                 r.forceLoad = table(13, kLoads, 6);
-               },
-               {kBarForce}},
-        Defect{"stress_rows_not_whole_points",
-               bar,
-               [](ElementRecord& r) {
-                 r.stressRecovery = table(21, 12, 2);
-                 r.stressOffset = Table{};
-                 r.stressLoad = table(21, kLoads, 7);
-               },
-               {kBarStress}},
         Defect{"force_columns_not_the_dof_count",
                bar,
                [](ElementRecord& r) { r.forceRecovery = table(12, 11, 1); },
@@ -192,13 +175,6 @@ INSTANTIATE_TEST_SUITE_P(
         Defect{"deformation_offset_shorter_than_the_result",
                bush,
                [](ElementRecord& r) { r.stressOffset = table(5, 1, 5); },
-               {kBushDeform}},
-        Defect{"deformation_rows_not_whole_points",
-               bush,
-               [](ElementRecord& r) {
-                 r.stressRecovery = table(7, 12, 2);
-                 r.stressOffset = Table{};
-               },
                {kBushDeform}},
         Defect{"deformation_columns_not_the_dof_count",
                bush,

@@ -439,18 +439,18 @@ TEST_F(PositionedReadTest, AFailedPositionedReadIsServedByTheView) {
   EXPECT_EQ(counter.counts().mapView, 1);
 }
 
-TEST_F(PositionedReadTest, AfterARefusedLengtheningEveryReadIsDroppedAsBefore) {
+TEST_F(PositionedReadTest, ARefusedLengtheningDropsThatReadAloneAsThroughTheView) {
   openPatternFile(5000);
   unsigned char bytes[8] = {};
   mapping.seek(100, 0);
   ASSERT_TRUE(mapping.read(bytes, 8));  // fetches a block
-  mapping.seek(std::int64_t(1) << 40, 0);
-  EXPECT_FALSE(mapping.read(bytes, 8));  // would lengthen the file by a terabyte: refused, the mapping is gone
   std::memset(bytes, 0xee, sizeof bytes);
-  mapping.seek(100, 0);
-  EXPECT_FALSE(mapping.read(bytes, 8));  // the block is not used either
+  mapping.seek(std::int64_t(1) << 40, 0);
+  EXPECT_FALSE(mapping.read(bytes, 8));  // would lengthen the file by a terabyte: refused, the read dropped
   for (unsigned char b : bytes) EXPECT_EQ(b, 0xee);
-  EXPECT_EQ(mapping.position(), 100);
+  mapping.seek(200, 0);
+  ASSERT_TRUE(mapping.read(bytes, 8));  // inside the file reads still succeed
+  EXPECT_TRUE(matchesPattern(bytes, 200, 8, 5000));
   EXPECT_EQ(sizeOnDisk(file.path()), 5000);
 }
 
@@ -480,12 +480,18 @@ TEST_F(FileMappingTest, GrowthBeyondTheFreeDiskSpaceIsRefusedAndTheReadDropped) 
   EXPECT_EQ(mapping.position(), 1000);
   EXPECT_EQ(sizeOnDisk(file.path()), 1000);
 
-  // The refused mapping is gone: like a failed mapping call, it leaves no mapping for the rest of the open, so
-  // even a read inside the file is dropped now.
-  EXPECT_FALSE(mapping.hasMapping());
+  // Only the refused read is dropped: the mapping of what the file holds stays, so a read inside the file
+  // still succeeds, while no later read lengthens the file in this open.
+  EXPECT_TRUE(mapping.hasMapping());
   mapping.seek(10, 0);
+  EXPECT_TRUE(mapping.read(bytes, 10));
+  for (int i = 0; i < 10; ++i) EXPECT_EQ(bytes[i], patternByte(10 + i)) << i;
+  platform::calls().freeDiskSpace = [](platform::FileHandle, std::int64_t* bytes) {
+    *bytes = 1 << 20;
+    return true;
+  };
+  mapping.seek(1000, 0);
   EXPECT_FALSE(mapping.read(bytes, 10));
-  EXPECT_EQ(bytes[0], 0x5A);
   EXPECT_EQ(sizeOnDisk(file.path()), 1000);
 }
 

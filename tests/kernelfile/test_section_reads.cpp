@@ -570,7 +570,7 @@ using SectionReadChooser = SectionReadTest;
 using AtStep = void (ReadTimeKernel::*)(std::int32_t, Vector&);
 const AtStep kAtStep[3] = {&ReadTimeKernel::readDisplacementAtStep, &ReadTimeKernel::readVelocityAtStep,
                            &ReadTimeKernel::readAccelerationAtStep};
-using History = void (ReadTimeKernel::*)(const IntArray&, Matrix&);
+using History = bool (ReadTimeKernel::*)(const IntArray&, Matrix&, std::int32_t);
 const History kHistory[3] = {&ReadTimeKernel::readDisplacementHistory, &ReadTimeKernel::readVelocityHistory,
                              &ReadTimeKernel::readAccelerationHistory};
 
@@ -587,7 +587,7 @@ TEST_F(SectionReadChooser, DirectStorageWithoutASelectedMode) {
   setInts(indices, {2, 4});
   for (int q = 0; q < 3; ++q) {
     Matrix m;
-    (kernel.*kHistory[q])(indices, m);
+    (kernel.*kHistory[q])(indices, m, 0);
     ASSERT_EQ(m.rows, 2);
     ASSERT_EQ(m.cols, kSteps);
     for (std::int32_t i = 0; i < 2; ++i)
@@ -609,7 +609,7 @@ TEST_F(SectionReadChooser, ModalStorageUnderASelectedMode) {
   setInts(indices, {0, 3});
   for (int q = 0; q < 3; ++q) {
     Matrix m;
-    (kernel.*kHistory[q])(indices, m);
+    (kernel.*kHistory[q])(indices, m, 0);
     ASSERT_EQ(m.rows, 2);
     ASSERT_EQ(m.cols, kSteps);
     for (std::int32_t i = 0; i < 2; ++i)

@@ -288,10 +288,24 @@ TEST(KeyInfo, UnknownAndNegativeIdsSelectNothing) {
   }
 }
 
-TEST(KeyInfo, TheLastRequestForAPositionWins) {
+// Of two requests for one position, the one later in the request map's list order wins. Up to eight requests
+// each have a bucket of their own, so list order is request order and the later request wins.
+TEST(KeyInfo, WithFewRequestsTheLaterRequestForAPositionWins) {
   TimeKernelShellStressKeyInfo key;
   key.select(requestsOf({412104, 100412101, 412104}));
   EXPECT_EQ(selectionOf(key), (Selection{{2, 2}, {6, 1}}));
+}
+
+// The ninth request (ordinal 8) hashes to the bucket of ordinal 0 (FNV-1a & 7 is 5 for both) and is placed
+// next to it, before ordinals 1 to 7; the growth to 64 buckets keeps that order. So a request at ordinal 3 and
+// one at ordinal 8 for the same position: ordinal 3 wins, although it comes first.
+TEST(KeyInfo, WithNineRequestsTheNinthLosesToAnEarlierOneAfterOrdinalZero) {
+  TimeKernelShellStressKeyInfo key;
+  key.select(requestsOf({102, 103, 104, 412104, 106, 107, 108, 112, 412104}));
+  EXPECT_EQ(selectionOf(key), (Selection{{2, 3}}));
+  TimeKernelShellStressKeyInfo first;
+  first.select(requestsOf({412104, 103, 104, 105, 106, 107, 108, 112, 412104}));
+  EXPECT_EQ(selectionOf(first), (Selection{{2, 8}}));
 }
 
 TEST(KeyInfo, IdsNearTheTopOfInt32SelectTheirPositions) {
