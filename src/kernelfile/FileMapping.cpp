@@ -264,9 +264,8 @@ bool FileMapping::positionedReadFits(std::int64_t n) const {
 // in place covers them (the view serves as designed) or a positioned read cannot serve them.
 const unsigned char* FileMapping::takeFromBlock(std::int64_t n) {
   if (view_ != nullptr && viewCovers(position_, n)) return nullptr;
-  // Blocks serve only while positioned reads may (once a refused lengthening has dropped the mapping, every read
-  // is dropped). A long read handed out in place comes from the view: blocks stay small, and so does a call's
-  // memory.
+  // Blocks serve only while positioned reads may (with no mapping every read is dropped, as through the view). A
+  // long read handed out in place comes from the view: blocks stay small, and so does a call's memory.
   if (n > kLargestBlock || !positionedReadFits(n)) return nullptr;
   for (const Block& block : blocks_) {
     if (block.size > 0 && position_ >= block.offset && position_ - block.offset <= block.size - n) {
