@@ -455,7 +455,7 @@ inline std::vector<double> elementResult(const GoodModel& m, const ModelElement&
       const double u0 = r.referenceDisplacement.empty() ? 0.0 : r.referenceDisplacement[k];
       s += at(f, i, k) * (elementInput(m, 0, r.dofRows[k], t, mode) - u0);
     }
-    if (!offset.values.empty()) s += offset.values[i];
+    if (i < offset.values.size()) s += offset.values[i];  // an offset of whole points stops short of the remainder rows
     if (kind == Kind::kForce && !r.velocityForce.values.empty()) {
       for (std::size_t k = 0; k < n; ++k)
         s += at(r.velocityForce, i, k) * elementInput(m, 1, r.dofRows[k], t, mode);
