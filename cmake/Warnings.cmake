@@ -1,4 +1,8 @@
 # Warnings are on for every target of the project; the build is kept free of them.
 function(timekernel_warnings target)
-  target_compile_options(${target} PRIVATE -Wall -Wextra)
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /W4)
+  else()
+    target_compile_options(${target} PRIVATE -Wall -Wextra)
+  endif()
 endfunction()

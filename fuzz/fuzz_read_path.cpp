@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -23,8 +24,11 @@ constexpr std::int64_t kMaxResultDoubles = 1 << 20;  // keeps one run's allocati
 // The scratch file each input is written to; removed when the process ends.
 struct ScratchFile {
   ScratchFile() {
-    const char* dir = std::getenv("TMPDIR");
-    path = std::string(dir != nullptr ? dir : "/tmp") + "/timekernel-fuzz-" + std::to_string(::getpid()) + ".kernel";
+    // The system's temporary folder: TMPDIR or /tmp on POSIX, TMP or TEMP on Windows.
+    std::error_code error;
+    const std::filesystem::path dir = std::filesystem::temp_directory_path(error);
+    path = (error ? std::filesystem::path(".") : dir).string() + "/timekernel-fuzz-" + std::to_string(::getpid()) +
+           ".kernel";
   }
   ~ScratchFile() { std::remove(path.c_str()); }
   std::string path;

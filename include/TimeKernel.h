@@ -23,10 +23,22 @@
 
 #include <stdint.h>
 
+/*
+ * TIMEKERNEL_API marks each exported function. On Windows the library defines TIMEKERNEL_BUILDING while it is
+ * built, so the functions are exported from TimeKernel.dll; a program that includes this header imports them from
+ * it. x64 Windows has one C calling convention (__cdecl is accepted and ignored), so no convention is named. With
+ * GCC and clang elsewhere, every other symbol of the shared library is hidden.
+ */
 #if defined(_WIN32)
+#if defined(TIMEKERNEL_BUILDING)
 #define TIMEKERNEL_API __declspec(dllexport)
 #else
+#define TIMEKERNEL_API __declspec(dllimport)
+#endif
+#elif defined(__GNUC__)
 #define TIMEKERNEL_API __attribute__((visibility("default")))
+#else
+#define TIMEKERNEL_API
 #endif
 
 #ifdef __cplusplus

@@ -10,6 +10,14 @@ packages=(
   libbenchmark-dev         # Google Benchmark
   clang libclang-rt-14-dev # libFuzzer and the sanitizer runtime for the fuzz target
   python3                  # the Python example
+  # The Windows build: the 64-bit half of MinGW-w64 (headers, import libraries, binutils), its cross compilers
+  # with the POSIX thread model for C, C++ and Fortran (the reference BLAS), GoogleTest's sources to build with
+  # them, and Wine to run the tests and the example. (The mingw-w64 metapackage would add the 32-bit and
+  # win32-thread compilers, which the build does not use.)
+  mingw-w64-x86-64-dev binutils-mingw-w64-x86-64
+  g++-mingw-w64-x86-64-posix gfortran-mingw-w64-x86-64-posix
+  googletest
+  wine64
 )
 
 missing=()

@@ -89,10 +89,13 @@ void FileMapping::createMapping(std::int64_t size, std::int64_t knownLength) {
     if (!platform::calls().freeDiskSpace(file_, &freeBytes) || size - current > freeBytes) return;
     if (!platform::calls().extendFile(file_, size)) return;
   }
-  mappingOpen_ = true;
+  mappingOpen_ = platform::calls().createMapping(file_, size);
 }
 
-void FileMapping::closeMapping() { mappingOpen_ = false; }
+void FileMapping::closeMapping() {
+  if (mappingOpen_ && !borrowed_) platform::calls().closeMapping(file_);
+  mappingOpen_ = false;
+}
 
 void FileMapping::unmapView() {
   // In read-only mode the views are this object's own, though the file is not; a padded copy is no mapping.

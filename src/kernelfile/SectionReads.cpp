@@ -164,8 +164,10 @@ void ReadTimeKernel::readModalHistoryRows(std::int32_t section, const IntArray& 
   q.resize(1, std::max(0, std::min(wanted, steps - firstStep)));
   q.setZero();
   Matrix qView = Matrix::view(1, q.cols, q.data, 1);
-  readHistoryRows(section, mode, qView, firstStep);
-  TK_CHECK(!q.empty());
+  // A modal history of 0 steps or 0 modes holds no history of the mode: the read is empty and fails, as the
+  // column read of the single-step flow does on the same file.
+  const bool stored = readHistoryRows(section, mode, qView, firstStep);
+  TK_CHECK(stored && !q.empty());
   if (matrix.owned && (matrix.rows != indices.size || matrix.cols != q.cols)) matrix.resize(indices.size, q.cols);
   const std::int32_t rows = std::min(indices.size, matrix.rows);
   const std::int32_t cols = std::min(q.cols, matrix.cols);

@@ -76,6 +76,11 @@ bool freeDiskSpace(FileHandle file, std::int64_t* bytes) {
   return true;
 }
 
+// mmap(2) maps the file itself: there is no mapping object to create or release.
+bool createMapping(FileHandle, std::int64_t size) { return size > 0; }
+
+void closeMapping(FileHandle) {}
+
 void* mapView(FileHandle file, std::int64_t offset, std::int64_t size) {
   if (size <= 0 || offset < 0) return nullptr;
   void* p = ::mmap(nullptr, static_cast<size_t>(size), PROT_READ | PROT_WRITE, MAP_SHARED, descriptorOf(file),
@@ -156,9 +161,9 @@ bool processMemoryUse(std::int64_t* bytes) {
   return true;
 }
 
-const Calls kSystemCalls = {openExisting,    fileSize,         extendFile,   freeDiskSpace,
-                            mapView,         unmapView,        closeFile,    availableMemory,
-                            processMemoryUse, openReadOnly,    mapViewReadOnly, readAt};
+const Calls kSystemCalls = {openExisting,  fileSize,      extendFile, freeDiskSpace,   createMapping,
+                            closeMapping,  mapView,       unmapView,  closeFile,       availableMemory,
+                            processMemoryUse, openReadOnly, mapViewReadOnly, readAt};
 
 Calls gCalls = kSystemCalls;
 

@@ -13,6 +13,7 @@
 // index.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -20,6 +21,7 @@
 
 #include "TimeKernel.h"
 #include "kernelwriter/KernelWriter.h"
+#include "support/ResponseSections.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -1095,5 +1097,129 @@ TEST(ElementExactness, LongHistoryInASmallFileIsFormed) {
                         expectedValue(r, keys[k], Inputs{m, kElementResults, 0}, t)))
           << keys[k] << " step " << t;
     }
+  }
+}
+
+// ---------------------------------------------------------------------------------------------------------------
+// Files that do not store velocities or accelerations, in every storage (direct and modal, by step and by
+// degree of freedom), written as 0 x 0, a x 0 or 0 x b.
+
+namespace {
+
+using testsupport::nameOf;
+using testsupport::Unstored;
+
+// One element of each class, with velocity tables (slots 0..9) and without (slots 10..19).
+std::vector<Element> everyClassWithAndWithoutVelocity(const Response& m) {
+  std::vector<Element> elements;
+  for (std::int32_t slot = 0; slot < 20; ++slot) {
+    Features features;
+    features.velocity = slot < 10;
+    elements.push_back(
+        {idOf(std::size_t(slot)), makeRecord(kAllClasses[slot % 10], slot, m, features, 90 + slot)});
+  }
+  return elements;
+}
+
+// Checks both flows of element `e` against the formula (with `r`'s tables) at every step.
+void expectBothFlows(const std::string& path, const Element& e, const ElementRecord& r, const Response& m,
+                     std::int32_t flags, std::int32_t mode) {
+  const std::vector<std::int32_t> keys = everyKeyOf(e.record.typeCode);
+  const Call history = outputHistory(path, flags, {e.id}, keys, m.steps, mode);
+  ASSERT_EQ(history.status, 0) << "type " << e.record.typeCode;
+  for (std::int32_t t = 0; t < m.steps; ++t) {
+    const Call step = outputStep(path, flags, {e.id}, keys, t + 1, mode);
+    ASSERT_EQ(step.status, 0) << "type " << e.record.typeCode;
+    for (std::size_t k = 0; k < keys.size(); ++k) {
+      const double expected = expectedValue(r, keys[k], Inputs{m, flags, mode - 1}, t);
+      const double h = history.result[k + keys.size() * std::size_t(t)];
+      EXPECT_TRUE(close(h, expected)) << "type " << e.record.typeCode << " key " << keys[k] << " step " << t;
+      EXPECT_EQ(h, step.result[k]) << "type " << e.record.typeCode << " key " << keys[k] << " step " << t;
+    }
+  }
+}
+
+}  // namespace
+
+// Element values never use accelerations: with the acceleration sections empty every request answers in full,
+// the velocity term included, under flags 0, 2, 4 and 2 + 4.
+TEST(ElementUnstoredQuantities, EmptyAccelerationSectionsChangeNothing) {
+  const Response m;
+  const std::vector<Element> elements = everyClassWithAndWithoutVelocity(m);
+  for (Unstored shape : {Unstored::kNone, Unstored::kRowsOnly, Unstored::kColumnsOnly}) {
+    KernelFile f = makeFile(m, elements);
+    testsupport::writeUnstored(f, 2, shape, m.dofs, m.modes, m.steps);
+    TempFile file("no_accelerations");
+    f.write(file.path());
+    for (std::int32_t extra : {0, kRotate, kSingleMode, kRotate | kSingleMode}) {
+      const std::int32_t flags = kElementResults | extra;
+      const std::int32_t mode = (extra & kSingleMode) != 0 ? 3 : 0;
+      SCOPED_TRACE(std::string(nameOf(shape)) + " flags " + std::to_string(flags));
+      for (const Element& e : elements) expectBothFlows(file.path(), e, e.record, m, flags, mode);
+    }
+  }
+}
+
+// Without velocities in any storage: without flag 4 both flows answer with no velocity term; under flag 4 the
+// modal velocity read fails, so the history of an element with a velocity table fails with the array zero, the
+// history of one without answers in full (its velocities are never read), and the single step, which reads the
+// velocities of the whole model at its step, fails.
+TEST(ElementUnstoredQuantities, WithoutVelocitiesNoVelocityTermAndASingleModeFailsWhereItReadsThem) {
+  const Response m;
+  const std::vector<Element> elements = everyClassWithAndWithoutVelocity(m);
+  for (Unstored shape : {Unstored::kNone, Unstored::kRowsOnly, Unstored::kColumnsOnly}) {
+    KernelFile f = makeFile(m, elements);
+    testsupport::writeUnstored(f, 1, shape, m.dofs, m.modes, m.steps);
+    TempFile file("no_velocities_anywhere");
+    f.write(file.path());
+    for (std::int32_t extra : {0, kRotate}) {
+      SCOPED_TRACE(std::string(nameOf(shape)) + " flags " + std::to_string(kElementResults | extra));
+      for (const Element& e : elements) {
+        ElementRecord withoutVelocity = e.record;
+        withoutVelocity.velocityForce = Table{};
+        expectBothFlows(file.path(), e, withoutVelocity, m, kElementResults | extra, 0);
+      }
+    }
+    for (std::int32_t extra : {kSingleMode, kSingleMode | kRotate}) {
+      const std::int32_t flags = kElementResults | extra;
+      SCOPED_TRACE(std::string(nameOf(shape)) + " flags " + std::to_string(flags));
+      for (const Element& e : elements) {
+        const std::vector<std::int32_t> keys = everyKeyOf(e.record.typeCode);
+        const Call step = outputStep(file.path(), flags, {e.id}, keys, 2, 1);
+        EXPECT_EQ(step.status, -1) << e.record.typeCode;
+        EXPECT_TRUE(std::all_of(step.result.begin(), step.result.end(), [](double x) { return x == 0.0; }));
+        const Call history = outputHistory(file.path(), flags, {e.id}, keys, m.steps, 1);
+        if (hasValues(e.record.velocityForce)) {
+          EXPECT_EQ(history.status, -1) << e.record.typeCode;
+          EXPECT_TRUE(
+              std::all_of(history.result.begin(), history.result.end(), [](double x) { return x == 0.0; }));
+          continue;
+        }
+        ASSERT_EQ(history.status, 0) << e.record.typeCode;
+        for (std::int32_t t = 0; t < m.steps; ++t) {
+          for (std::size_t k = 0; k < keys.size(); ++k) {
+            EXPECT_TRUE(close(history.result[k + keys.size() * std::size_t(t)],
+                              expectedValue(e.record, keys[k], Inputs{m, flags, 0}, t)))
+                << e.record.typeCode << " key " << keys[k] << " step " << t;
+          }
+        }
+      }
+    }
+  }
+}
+
+// Only the direct velocity sections are empty: under flag 4 the modal ones give the velocity term in both
+// flows.
+TEST(ElementUnstoredQuantities, ModalVelocitiesServeASingleModeWhenTheDirectOnesAreEmpty) {
+  const Response m;
+  const std::vector<Element> elements = everyClassWithAndWithoutVelocity(m);
+  KernelFile f = makeFile(m, elements);
+  f.setMatrix(16, 0, 0, std::vector<double>());
+  f.setMatrix(22, 0, 0, std::vector<double>());
+  TempFile file("no_direct_velocities");
+  f.write(file.path());
+  for (std::int32_t extra : {kSingleMode, kSingleMode | kRotate}) {
+    SCOPED_TRACE("flags " + std::to_string(kElementResults | extra));
+    for (const Element& e : elements) expectBothFlows(file.path(), e, e.record, m, kElementResults | extra, 2);
   }
 }

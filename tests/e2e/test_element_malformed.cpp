@@ -209,4 +209,90 @@ INSTANTIATE_TEST_SUITE_P(
                }}),
     [](const testing::TestParamInfo<Defect>& info) { return std::string(info.param.name); });
 
+// A record cut short by the growth limit: its stress table claims 16,500 rows whose values lie past the end of
+// the file, further than one call may lengthen it. That read is dropped and the record ends there: the velocity
+// table written after it is never reached (were the file lengthened as far as the read asks, those bytes would
+// be part of the stress values and the velocity header would be zeros), so the bar has no velocity term. Both flows give
+// F (u - u0) + f0 - L a, and under flag 4 the mode's contribution without the load term; the file is not
+// changed.
+TEST(ElementRecordCutShort, ReadsWhatLiesBeforeTheGrowthLimitAndNothingAfter) {
+  constexpr std::int32_t dofs = 12, steps = 4, modes = 6000;  // the mode shapes make the file ~600 KB
+  const std::vector<double> u = values(dofs * steps, 21), v = values(dofs * steps, 22);  // u[d + dofs * t]
+  const std::vector<double> q = values(std::int64_t(modes) * steps, 23);                 // q[m + modes * t]
+  const std::vector<double> phi = values(std::int64_t(dofs) * modes, 24);                // phi[d + dofs * m]
+  const std::vector<double> a = values(kLoads * steps, 25);                              // a[i + loads * t]
+  const auto transpose = [](const std::vector<double>& x, std::int32_t rows, std::int32_t cols) {
+    std::vector<double> out(x.size());
+    for (std::int32_t r = 0; r < rows; ++r)
+      for (std::int32_t c = 0; c < cols; ++c)
+        out[std::size_t(c) + std::size_t(cols) * r] = x[std::size_t(r) + std::size_t(rows) * c];
+    return out;
+  };
+  KernelFile f;
+  f.setMatrix(0, dofs, modes, std::vector<double>(phi));
+  f.setMatrix(4, kLoads, steps, std::vector<double>(a));
+  f.setMatrix(15, dofs, steps, std::vector<double>(u));
+  f.setMatrix(16, dofs, steps, std::vector<double>(v));
+  f.setMatrix(21, steps, dofs, transpose(u, dofs, steps));
+  f.setMatrix(22, steps, dofs, transpose(v, dofs, steps));
+  f.setMatrix(18, modes, steps, std::vector<double>(q));
+  f.setMatrix(19, modes, steps, std::vector<double>(q));
+  f.setMatrix(24, steps, modes, transpose(q, modes, steps));
+  f.setMatrix(25, steps, modes, transpose(q, modes, steps));
+  std::vector<std::uint32_t> rows;
+  for (std::uint32_t d = 0; d < std::uint32_t(dofs); ++d) rows.push_back(d);
+  ElementRecord r = ElementRecord::make(583, rows);
+  r.forceRecovery = table(dofs, dofs, 26);
+  r.forceOffset = table(dofs, 1, 27);
+  r.forceLoad = table(dofs, kLoads, 28);
+  r.setReference(values(dofs, 29));
+  r.stressRecovery.rows = 11 * 1500;  // no values written: records come last, so they lie past the end
+  r.stressRecovery.cols = dofs;
+  r.velocityForce = table(dofs, dofs, 30);
+  f.addElement(31, r);
+  TempFile file("cut_short");
+  f.write(file.path());
+  const std::int64_t size = testsupport::sizeOnDisk(file.path());
+
+  const std::vector<std::int32_t> keys = {100140402, 100140404, 200140403, 200140408};  // rows 0, 2, 7, 11
+  const std::int32_t keyRows[] = {0, 2, 7, 11};
+  const auto expected = [&](std::int32_t row, std::int32_t t, bool modal) {
+    const std::int32_t m = 1;  // mode 2
+    double y = r.forceOffset.values[std::size_t(row)];
+    for (std::int32_t c = 0; c < dofs; ++c) {
+      const double uc =
+          modal ? phi[std::size_t(c) + std::size_t(dofs) * m] * q[std::size_t(m) + std::size_t(modes) * t]
+                : u[std::size_t(c) + std::size_t(dofs) * t];
+      y += r.forceRecovery.values[std::size_t(row) + std::size_t(dofs) * c] *
+           (uc - r.referenceDisplacement[std::size_t(c)]);
+    }
+    for (std::int32_t i = 0; i < kLoads && !modal; ++i)
+      y -= r.forceLoad.values[std::size_t(row) + std::size_t(dofs) * i] *
+           a[std::size_t(i) + std::size_t(kLoads) * t];
+    return y;
+  };
+  const std::int32_t id = 31;
+  for (std::int32_t flags : {1, 5}) {
+    const bool modal = flags == 5;
+    std::vector<double> history(keys.size() * steps, kStale);
+    ASSERT_EQ(TimeKernelOutputResult(file.path().c_str(), flags, &id, 1, keys.data(), 4, 2, 0, history.data(),
+                                     std::int32_t(history.size())),
+              0)
+        << flags;
+    for (std::int32_t t = 0; t < steps; ++t) {
+      std::vector<double> one(keys.size(), kStale);
+      ASSERT_EQ(
+          TimeKernelOutputResult(file.path().c_str(), flags, &id, 1, keys.data(), 4, 2, t + 1, one.data(), 4),
+          0);
+      for (std::size_t k = 0; k < keys.size(); ++k) {
+        const double want = expected(keyRows[k], t, modal);
+        EXPECT_TRUE(testsupport::approx(history[k + keys.size() * std::size_t(t)], want, 1e-12, 1e-12))
+            << "flags " << flags << " key " << keys[k] << " step " << t;
+        EXPECT_TRUE(testsupport::approx(one[k], want, 1e-12, 1e-12)) << "flags " << flags << " key " << keys[k];
+      }
+    }
+  }
+  EXPECT_EQ(testsupport::sizeOnDisk(file.path()), size);
+}
+
 }  // namespace

@@ -20,13 +20,7 @@
 //   response id at position p of its key reads y[p].
 #pragma once
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <sys/types.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <chrono>
@@ -42,6 +36,7 @@
 #include "TimeKernel.h"
 #include "cycle/TheKernel.h"
 #include "kernelwriter/KernelWriter.h"
+#include "support/ProcessFigures.h"
 #include "support/ResponseSections.h"
 #include "support/TestSupport.h"
 
@@ -763,44 +758,13 @@ inline void writeFile(const std::string& path, const kernelwriter::KernelFile& f
 // The size of a file on disk, -1 when absent.
 inline std::int64_t fileSize(const std::string& path) { return testsupport::sizeOnDisk(path); }
 
-// ---- process accounting (Linux /proc) ----
+// ---- process accounting (support/ProcessFigures.h) ----
 
-inline std::int64_t residentBytes() {
-  std::ifstream in("/proc/self/statm");
-  long long size = 0, resident = 0;
-  in >> size >> resident;
-  return static_cast<std::int64_t>(resident) * ::sysconf(_SC_PAGESIZE);
-}
-
-inline int openDescriptors() {
-  int n = 0;
-  DIR* d = ::opendir("/proc/self/fd");
-  if (d == nullptr) return -1;
-  while (const dirent* e = ::readdir(d)) {
-    if (e->d_name[0] != '.') ++n;
-  }
-  ::closedir(d);
-  return n - 1;  // the directory's own descriptor
-}
-
-inline int mappingCount() {
-  std::ifstream in("/proc/self/maps");
-  std::string line;
-  int n = 0;
-  while (std::getline(in, line)) ++n;
-  return n;
-}
-
-// Mappings of this process whose file name contains `fragment` (a kernel file's name).
-inline int mappingsOf(const std::string& fragment) {
-  std::ifstream in("/proc/self/maps");
-  std::string line;
-  int n = 0;
-  while (std::getline(in, line)) {
-    if (line.find(fragment) != std::string::npos) ++n;
-  }
-  return n;
-}
+using testsupport::handlesOf;
+using testsupport::mappingCount;
+using testsupport::mappingsOf;
+using testsupport::openDescriptors;
+using testsupport::residentBytes;
 
 // The whole process's mapping count is compared only without a sanitizer: AddressSanitizer's allocator maps
 // regions of its own as it goes. The mappings of the kernel files are compared in every build.
@@ -812,70 +776,15 @@ std::int64_t bytesHeldThroughNew();
 
 // ---- running a call that might not end ----
 
-enum class ChildEnd { kReturnedZero, kReturnedMinusOne, kReturnedOther, kCrashed, kTimedOut };
+using testsupport::ChildEnd;
+using testsupport::ChildResult;
+using testsupport::describe;
 
-struct ChildResult {
-  ChildEnd end = ChildEnd::kTimedOut;
-  int signal = 0;
-  double seconds = 0.0;
-};
-
-inline const char* describe(ChildEnd e) {
-  switch (e) {
-    case ChildEnd::kReturnedZero:
-      return "returned 0";
-    case ChildEnd::kReturnedMinusOne:
-      return "returned -1";
-    case ChildEnd::kReturnedOther:
-      return "returned something else";
-    case ChildEnd::kCrashed:
-      return "crashed";
-    case ChildEnd::kTimedOut:
-      return "did not end in time";
-  }
-  return "?";
-}
-
-// Runs `action` (a call of an export) in a child process and waits at most `timeoutSeconds` for it. A child
-// that runs longer is killed (by its own pid), so that a call that would not end fails the test instead of
-// hanging the suite, and a crash fails the test instead of ending the test binary.
+// Runs `action` (a call of an export) apart from the test, in a child process where the system has fork, and
+// waits at most `timeoutSeconds` for it: a call that would not end fails the test instead of hanging the suite,
+// and a crash fails the test instead of ending the test binary (see testsupport::runApart for Windows).
 inline ChildResult runInChild(const std::function<std::int32_t()>& action, double timeoutSeconds) {
-  ChildResult result;
-  std::fflush(nullptr);
-  const auto start = std::chrono::steady_clock::now();
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    const std::int32_t code = action();
-    ::_exit(code == 0 ? 10 : code == -1 ? 11 : 12);
-  }
-  if (pid < 0) {
-    result.end = ChildEnd::kCrashed;
-    return result;
-  }
-  int status = 0;
-  for (;;) {
-    const pid_t done = ::waitpid(pid, &status, WNOHANG);
-    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    if (done == pid) break;
-    if (result.seconds > timeoutSeconds) {
-      ::kill(pid, SIGKILL);
-      ::waitpid(pid, &status, 0);
-      result.end = ChildEnd::kTimedOut;
-      return result;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  if (WIFSIGNALED(status)) {
-    result.end = ChildEnd::kCrashed;
-    result.signal = WTERMSIG(status);
-  } else if (WIFEXITED(status) && WEXITSTATUS(status) == 10) {
-    result.end = ChildEnd::kReturnedZero;
-  } else if (WIFEXITED(status) && WEXITSTATUS(status) == 11) {
-    result.end = ChildEnd::kReturnedMinusOne;
-  } else {
-    result.end = ChildEnd::kReturnedOther;
-  }
-  return result;
+  return testsupport::runApart(action, timeoutSeconds);
 }
 
 // ---- the base fixture ----

@@ -16,10 +16,11 @@
 //
 // While armed, every new block is filled with 0xFF bytes, which read as a NaN: a value read from memory that
 // was never written shows as a NaN in the result, and the good model holds none.
+#if !defined(_WIN32)
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#endif
 
 #include <atomic>
 #include <cstdio>
@@ -102,7 +103,9 @@ void armAllocations(bool on) { gArmed.store(on); }
 
 // ---- platform faults ----
 
-enum class Entry { kOpen, kSize, kExtend, kFreeSpace, kMap, kAvailableMemory, kProcessMemoryUse, kReadAt };
+enum class Entry {
+  kOpen, kSize, kExtend, kFreeSpace, kCreateMapping, kMap, kAvailableMemory, kProcessMemoryUse, kReadAt
+};
 
 const char* nameOf(Entry e) {
   switch (e) {
@@ -114,6 +117,8 @@ const char* nameOf(Entry e) {
       return "extendFile";
     case Entry::kFreeSpace:
       return "freeDiskSpace";
+    case Entry::kCreateMapping:
+      return "createMapping";
     case Entry::kMap:
       return "mapView";
     case Entry::kAvailableMemory:
@@ -161,6 +166,9 @@ bool faultyFreeSpace(platform::FileHandle file, std::int64_t* bytes) {
   }
   return platform::systemCalls().freeDiskSpace(file, bytes);
 }
+bool faultyCreateMapping(platform::FileHandle file, std::int64_t size) {
+  return !failsNow(Entry::kCreateMapping) && platform::systemCalls().createMapping(file, size);
+}
 void* faultyMap(platform::FileHandle file, std::int64_t offset, std::int64_t size) {
   return failsNow(Entry::kMap) ? nullptr : platform::systemCalls().mapView(file, offset, size);
 }
@@ -192,6 +200,9 @@ void installFault(Entry e, int failAt, bool noRoom = false) {
       break;
     case Entry::kFreeSpace:
       c.freeDiskSpace = faultyFreeSpace;
+      break;
+    case Entry::kCreateMapping:
+      c.createMapping = faultyCreateMapping;
       break;
     case Entry::kMap:
       c.mapView = faultyMap;
@@ -362,6 +373,7 @@ class FaultInjection : public HardeningTest {
     EXPECT_EQ(testsupport::readWholeFile(good.path()), goodBytesBefore) << "the good file was changed";
     EXPECT_EQ(openDescriptors(), descriptors) << "descriptors left open";
     EXPECT_EQ(mappingsOf(good.path()) + mappingsOf(shortFile.path()), 0) << "views of the kernel files left";
+    EXPECT_EQ(handlesOf(good.path()) + handlesOf(shortFile.path()), 0) << "the kernel files are still held open";
     if (kCompareAllMappings) {
       EXPECT_EQ(mappingCount(), mappings) << "mappings left behind";
     }
@@ -416,6 +428,10 @@ TEST_F(FaultInjection, FreeDiskSpaceFailsOrReportsNoRoom) {
   EXPECT_GT(sweep(Entry::kFreeSpace, lengtheningJobs(), true), 0);
 }
 
+TEST_F(FaultInjection, MappingObjectFails) {
+  EXPECT_GT(sweep(Entry::kCreateMapping, goodJobs()) + sweep(Entry::kCreateMapping, lengtheningJobs()), 0);
+}
+
 TEST_F(FaultInjection, MappingFails) {
   EXPECT_GT(sweep(Entry::kMap, goodJobs()) + sweep(Entry::kMap, lengtheningJobs()), 0);
 }
@@ -443,16 +459,66 @@ TEST_F(FaultInjection, TheLengtheningFileIsAnsweredWhenNothingFails) {
 
 // ---- allocation faults ----
 
-// What the child reports of one armed call.
+// What one armed call gives (reported by the child process where it runs in one).
 struct AllocationCase {
-  bool ended = false;  // the child ended normally and reported
+  bool ended = false;  // the call ended normally and reported
   int signal = 0;
   bool hit = false;
   int code = 0;
   std::string problems;
 };
 
-// Runs job with its n-th allocation failing, in a child process.
+// Runs job with its n-th allocation failing, then the next call unarmed, and notes what went wrong. Allocates
+// nothing of its own while armed or between the two byte counts.
+AllocationCase armedCall(const Job& job, long n) {
+  AllocationCase result;
+  char report[2048];
+  int used = 0;
+  report[0] = '\0';
+  auto note = [&](const char* text) {
+    if (used < static_cast<int>(sizeof report) - 1)
+      used += std::snprintf(report + used, sizeof report - static_cast<std::size_t>(used), "%s; ", text);
+  };
+  const long long liveBefore = gLiveBytes.load();
+  {
+    gSeen = 0;
+    gHit = false;
+    gFailAt = n;
+    exportHook() = armAllocations;
+    const JobOutcome o = runJob(job);
+    exportHook() = nullptr;
+    gFailAt = 0;
+    result.hit = gHit.load();
+    result.code = o.code;
+    if (!o.damage.empty()) note(("damage:" + o.damage).c_str());
+    if (hasNaN(o.values)) note("a NaN (memory never written) in the result");
+    if (!result.hit && o.code != 0) note("returned -1 without an allocation failure");
+    // An allocation failure is the call's failure; a 0 means the answer stands in full.
+    if (o.code == 0 && !rightAnswer(job, o)) note("returned 0 with wrong values");
+    if (o.code != 0 && o.code != -1) note("returned neither 0 nor -1");
+    const JobOutcome next = runJob(job);
+    if (!rightAnswer(job, next)) note("the next unarmed call does not answer right");
+  }
+  const long long leaked = gLiveBytes.load() - liveBefore;
+  if (leaked != 0) {
+    char text[96];
+    std::snprintf(text, sizeof text, "%lld bytes held through operator new afterwards (a leak)", leaked);
+    note(text);
+  }
+  result.ended = true;
+  result.problems.assign(report, static_cast<std::size_t>(used));
+  return result;
+}
+
+#if defined(_WIN32)
+
+// Windows has no fork: the armed call runs in this process. An allocation failure that ends the process then
+// ends the test binary, which fails the test as surely.
+AllocationCase failAllocation(const Job& job, long n) { return armedCall(job, n); }
+
+#else
+
+// Runs armedCall in a child process, which reports through a pipe.
 AllocationCase failAllocation(const Job& job, long n) {
   int pipeEnds[2];
   AllocationCase result;
@@ -467,44 +533,11 @@ AllocationCase failAllocation(const Job& job, long n) {
     // A child that ends the process would print why; the parent reports it instead.
     const int quiet = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (quiet >= 0) ::dup2(quiet, 2);
-    char report[2048];
-    int used = 0;
-    auto note = [&](const char* text) {
-      if (used < static_cast<int>(sizeof report) - 1)
-        used += std::snprintf(report + used, sizeof report - static_cast<std::size_t>(used), "%s; ", text);
-    };
-    const long long liveBefore = gLiveBytes.load();
-    bool hit = false;
-    int code = 0;
-    {
-      gSeen = 0;
-      gHit = false;
-      gFailAt = n;
-      exportHook() = armAllocations;
-      const JobOutcome o = runJob(job);
-      exportHook() = nullptr;
-      gFailAt = 0;
-      hit = gHit.load();
-      code = o.code;
-      if (!o.damage.empty()) note(("damage:" + o.damage).c_str());
-      if (hasNaN(o.values)) note("a NaN (memory never written) in the result");
-      if (!hit && o.code != 0) note("returned -1 without an allocation failure");
-      // An allocation failure is the call's failure; a 0 means the answer stands in full.
-      if (o.code == 0 && !rightAnswer(job, o)) note("returned 0 with wrong values");
-      if (o.code != 0 && o.code != -1) note("returned neither 0 nor -1");
-      const JobOutcome next = runJob(job);
-      if (!rightAnswer(job, next)) note("the next unarmed call does not answer right");
-    }
-    const long long leaked = gLiveBytes.load() - liveBefore;
-    if (leaked != 0) {
-      char text[96];
-      std::snprintf(text, sizeof text, "%lld bytes held through operator new afterwards (a leak)", leaked);
-      note(text);
-    }
+    const AllocationCase c = armedCall(job, n);
     char head[64];
-    const int headLength = std::snprintf(head, sizeof head, "%d %d ", hit ? 1 : 0, code);
+    const int headLength = std::snprintf(head, sizeof head, "%d %d ", c.hit ? 1 : 0, c.code);
     if (::write(pipeEnds[1], head, static_cast<std::size_t>(headLength)) < 0 ||
-        ::write(pipeEnds[1], report, static_cast<std::size_t>(used)) < 0) {
+        ::write(pipeEnds[1], c.problems.data(), c.problems.size()) < 0) {
       ::_exit(3);
     }
     ::_exit(0);
@@ -531,6 +564,8 @@ AllocationCase failAllocation(const Job& job, long n) {
   }
   return result;
 }
+
+#endif
 
 // "1-3, 7, 9-12" for a sorted list of numbers.
 std::string ranges(const std::vector<long>& numbers) {

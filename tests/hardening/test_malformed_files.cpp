@@ -8,10 +8,6 @@
 // the declared lengths, the input lists stay as they were, no stale value survives in the result, and the
 // process-wide kernel is closed again afterwards. After every case the good file must still answer every
 // kind of request with the right values (TearDown).
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <filesystem>
 
@@ -26,13 +22,6 @@ using kernelwriter::Layout;
 using kernelwriter::Table;
 
 constexpr std::int64_t k2to62 = std::int64_t(1) << 62;
-
-// Peak resident memory of the process so far, in bytes.
-std::int64_t peakResident() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  return static_cast<std::int64_t>(usage.ru_maxrss) * 1024;
-}
 
 // Byte offset, within an element record, of the header of its table k: 0 forceRotation, 1 stressRotation,
 // 2 forceOffset, 3 stressOffset, 4 forceLoad, 5 stressLoad, 6 forceRecovery, 7 stressRecovery,
@@ -251,15 +240,19 @@ TEST_F(Malformed, MissingFileAndEmptyPath) {
 
 // Whether this process may open `path` for reading and writing, asked of the system directly.
 bool systemLetsUsOpenReadWrite(const std::string& path) {
-  const int fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
-  if (fd < 0) return false;
-  ::close(fd);
-  return true;
+  std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+  return file.is_open();
+}
+
+// Sets the permission bits of `path` (on Windows, only the owner's write bit counts: it is the read-only
+// attribute).
+void setPermissions(const std::string& path, std::filesystem::perms perms) {
+  std::filesystem::permissions(path, perms, std::filesystem::perm_options::replace);
 }
 
 TEST_F(Malformed, FileWithoutPermissions) {
   writeFile(bad.path(), modelFile(model));
-  ASSERT_EQ(::chmod(bad.c_str(), 0), 0);
+  ASSERT_NO_THROW(setPermissions(bad.path(), std::filesystem::perms::none));
   const bool opens = systemLetsUsOpenReadWrite(bad.path());
   if (opens) {
     // Running as root (or with CAP_DAC_OVERRIDE): permissions do not stop open(2), so the file is an ordinary
@@ -269,7 +262,8 @@ TEST_F(Malformed, FileWithoutPermissions) {
   } else {
     expectEverythingRefused();
   }
-  ASSERT_EQ(::chmod(bad.c_str(), 0444), 0);
+  using std::filesystem::perms;
+  ASSERT_NO_THROW(setPermissions(bad.path(), perms::owner_read | perms::group_read | perms::others_read));
   // The kernel file is opened for reading and writing: a read-only file is refused.
   if (systemLetsUsOpenReadWrite(bad.path())) {
     expectListing(model);
@@ -277,7 +271,7 @@ TEST_F(Malformed, FileWithoutPermissions) {
   } else {
     expectEverythingRefused();
   }
-  ::chmod(bad.c_str(), 0644);
+  setPermissions(bad.path(), perms::owner_read | perms::owner_write | perms::group_read | perms::others_read);
   if (opens) {
     GTEST_SKIP() << "running with the power to ignore file permissions (root): the refusal of a file this "
                     "process may not open cannot be observed here; the file was checked to be answered instead";
@@ -447,7 +441,7 @@ TEST_F(Malformed, StepAndDofCountsWhose32BitProductWrapsPositive) {
   KernelFile f = modelFile(model);
   f.setSectionHeaderOverride(21, 21, 65537, 65537);
   writeBad(f);
-  const std::int64_t peakBefore = peakResident();
+  const std::int64_t peakBefore = testsupport::peakResidentBytes();
   const auto start = std::chrono::steady_clock::now();
 
   expectListing(model);  // the element directory is intact
@@ -473,7 +467,7 @@ TEST_F(Malformed, StepAndDofCountsWhose32BitProductWrapsPositive) {
 
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   EXPECT_LT(seconds, HARDENING_SANITIZED ? 60.0 : 10.0);
-  EXPECT_LT(peakResident() - peakBefore, std::int64_t(256) << 20) << "memory sized by the wrapped product";
+  EXPECT_LT(testsupport::peakResidentBytes() - peakBefore, std::int64_t(256) << 20) << "memory sized by the wrapped product";
   EXPECT_LT(fileSize(bad.path()), std::int64_t(64) << 20) << "the file was left far longer than any read";
 }
 
@@ -512,11 +506,11 @@ TEST_F(Malformed, NodeDirectoryCountInt32Max) {
   std::vector<std::uint8_t> b = goodBytes(&l);
   kernelwriter::putI32(b, l.sectionPositions[2] + 4, INT32_MAX);
   writeBad(b);
-  const std::int64_t peakBefore = peakResident();
+  const std::int64_t peakBefore = testsupport::peakResidentBytes();
   expectNodalRequestsRefused();
   expectListing(model);
   expectElementAnswers(model);
-  EXPECT_LT(peakResident() - peakBefore, std::int64_t(256) << 20)
+  EXPECT_LT(testsupport::peakResidentBytes() - peakBefore, std::int64_t(256) << 20)
       << "a directory of 2^31 entries was allocated";
   EXPECT_EQ(fileSize(bad.path()), goodLayout.fileSize);
 }
@@ -526,7 +520,7 @@ TEST_F(Malformed, ElementDirectoryCountInt32Max) {
   std::vector<std::uint8_t> b = goodBytes(&l);
   kernelwriter::putI32(b, l.sectionPositions[3] + 4, INT32_MAX);
   writeBad(b);
-  const std::int64_t peakBefore = peakResident();
+  const std::int64_t peakBefore = testsupport::peakResidentBytes();
   // The listing reports the count the directory claims and reads only as many IDs as the caller has room
   // for: the first ones are the real ones.
   ListOutcome listing = expectList(0, 0);
@@ -537,7 +531,7 @@ TEST_F(Malformed, ElementDirectoryCountInt32Max) {
   // Selecting elements needs the whole directory: refused, without allocating it.
   expectElementRequestsRefused();
   expectNodalAnswers(model);
-  EXPECT_LT(peakResident() - peakBefore, std::int64_t(256) << 20);
+  EXPECT_LT(testsupport::peakResidentBytes() - peakBefore, std::int64_t(256) << 20);
   EXPECT_EQ(fileSize(bad.path()), goodLayout.fileSize);
 }
 
@@ -699,11 +693,11 @@ TEST_F(Malformed, NodeCountAllOnesOrHuge) {
     std::vector<std::uint8_t> b = goodBytes(&l);
     kernelwriter::putU32(b, l.nodeRecordOffsets[indexOfNode(model, kNodeFull)], count);
     writeBad(b);
-    const std::int64_t peakBefore = peakResident();
+    const std::int64_t peakBefore = testsupport::peakResidentBytes();
     expectNodalRequestsRefused();
     expectNodalRequestsRefused(kRotate | kBaseMotion);
     expectElementAnswers(model);
-    EXPECT_LT(peakResident() - peakBefore, std::int64_t(256) << 20);
+    EXPECT_LT(testsupport::peakResidentBytes() - peakBefore, std::int64_t(256) << 20);
     EXPECT_EQ(fileSize(bad.path()), goodLayout.fileSize);
   }
 }
@@ -791,12 +785,12 @@ TEST_F(Malformed, SectionMatrixWhoseRowsTimesColsOverflow32Bits) {
     f.setSectionHeaderOverride(1, 1, shape.first, shape.second);
     f.setSectionHeaderOverride(4, 4, shape.first, shape.second);
     writeBad(f);
-    const std::int64_t peakBefore = peakResident();
+    const std::int64_t peakBefore = testsupport::peakResidentBytes();
     expectCode(nodalHistory(model, kBaseMotion), -1);
     expectCode(elementHistory(model), -1);
     expectNodalAnswers(model);
     expectAnswer(model, elementHistory(model, kSingleMode, 1));  // under flag 4 section 4 is not read
-    EXPECT_LT(peakResident() - peakBefore, std::int64_t(256) << 20);
+    EXPECT_LT(testsupport::peakResidentBytes() - peakBefore, std::int64_t(256) << 20);
     EXPECT_LT(fileSize(bad.path()), std::int64_t(64) << 20);
   }
 }
@@ -839,11 +833,11 @@ TEST_F(Malformed, ElementDofCountAllOnesOrHuge) {
     std::vector<std::uint8_t> b = goodBytes(&l);
     kernelwriter::putU32(b, l.elementRecordOffsets[indexOfElement(model, kBarId)] + 4, count);
     writeBad(b);
-    const std::int64_t peakBefore = peakResident();
+    const std::int64_t peakBefore = testsupport::peakResidentBytes();
     expectElementRequestsRefused();
     expectNodalAnswers(model);
     expectListing(model);
-    EXPECT_LT(peakResident() - peakBefore, std::int64_t(256) << 20);
+    EXPECT_LT(testsupport::peakResidentBytes() - peakBefore, std::int64_t(256) << 20);
     EXPECT_EQ(fileSize(bad.path()), goodLayout.fileSize);
   }
 }
@@ -862,11 +856,11 @@ TEST_F(Malformed, ElementTableWhoseRowsTimesColsOverflow32Bits) {
     kernelwriter::putU32(b, at, shape.first);
     kernelwriter::putU32(b, at + 4, shape.second);
     writeBad(b);
-    const std::int64_t peakBefore = peakResident();
+    const std::int64_t peakBefore = testsupport::peakResidentBytes();
     expectElementRequestsRefused();
     expectElementRequestsRefused(kRotate | kSingleMode);
     expectNodalAnswers(model);
-    EXPECT_LT(peakResident() - peakBefore, std::int64_t(256) << 20);
+    EXPECT_LT(testsupport::peakResidentBytes() - peakBefore, std::int64_t(256) << 20);
     EXPECT_LT(fileSize(bad.path()), std::int64_t(64) << 20);
   }
   // The tenth table is only skipped, but its size is checked like any other.

@@ -4,9 +4,8 @@
 // The file is mapped read-write, so a stray store through the view, a lengthening by a read past the end, or a
 // needless resize would all show here. The modification time is first set far in the past, so that a change
 // within the file system's timestamp granularity cannot hide.
-#include <sys/stat.h>
-
-#include <ctime>
+#include <chrono>
+#include <filesystem>
 
 #include "hardening/HardeningFixture.h"
 
@@ -16,16 +15,15 @@ namespace {
 struct FileState {
   std::int64_t size = -1;
   std::string bytes;
-  timespec modified{};
+  std::filesystem::file_time_type modified{};  // to the file system's own resolution
 };
 
 FileState stateOf(const std::string& path) {
   FileState s;
-  struct stat st;
-  if (::stat(path.c_str(), &st) == 0) {
-    s.size = static_cast<std::int64_t>(st.st_size);
-    s.modified = st.st_mtim;
-  }
+  std::error_code error;
+  s.size = testsupport::sizeOnDisk(path);
+  const auto modified = std::filesystem::last_write_time(path, error);
+  if (!error) s.modified = modified;
   s.bytes = testsupport::readWholeFile(path);
   return s;
 }
@@ -38,7 +36,7 @@ testing::AssertionResult unchanged(const FileState& before, const FileState& aft
     while (i < before.bytes.size() && i < after.bytes.size() && before.bytes[i] == after.bytes[i]) ++i;
     return testing::AssertionFailure() << "contents differ from byte " << i;
   }
-  if (after.modified.tv_sec != before.modified.tv_sec || after.modified.tv_nsec != before.modified.tv_nsec)
+  if (after.modified != before.modified)
     return testing::AssertionFailure() << "modification time changed";
   return testing::AssertionSuccess();
 }
@@ -47,9 +45,12 @@ class WellFormed : public HardeningTest {
  protected:
   void SetUp() override {
     HardeningTest::SetUp();
-    // 2001-09-09 01:46:40 UTC: far from now, so any touch of the file moves it.
-    const timespec times[2] = {{1000000000, 0}, {1000000000, 0}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, good.c_str(), times, 0), 0);
+    // About 25 years before now: far from it, so any touch of the file moves it.
+    std::error_code error;
+    const auto now = std::filesystem::last_write_time(good.path(), error);
+    ASSERT_FALSE(error);
+    std::filesystem::last_write_time(good.path(), now - std::chrono::hours(24 * 365 * 25), error);
+    ASSERT_FALSE(error);
     before = stateOf(good.path());
     ASSERT_EQ(before.size, goodLayout.fileSize);
   }

@@ -33,4 +33,20 @@ void setResponseSections(kernelwriter::KernelFile& f, std::int32_t dofs, std::in
   }
 }
 
+const char* nameOf(Unstored shape) {
+  return shape == Unstored::kNone ? "0 x 0" : shape == Unstored::kRowsOnly ? "a x 0" : "0 x b";
+}
+
+void writeUnstored(kernelwriter::KernelFile& f, int q, Unstored shape, std::int32_t dofs, std::int32_t modes,
+                   std::int32_t steps) {
+  const struct {
+    int section;
+    std::int32_t a, b;
+  } sections[] = {{15 + q, dofs, steps}, {18 + q, modes, steps}, {21 + q, steps, dofs}, {24 + q, steps, modes}};
+  for (const auto& s : sections) {
+    f.setMatrix(s.section, shape == Unstored::kRowsOnly ? s.a : 0, shape == Unstored::kColumnsOnly ? s.b : 0,
+                std::vector<double>());
+  }
+}
+
 }  // namespace testsupport

@@ -26,4 +26,17 @@ void setResponseSections(kernelwriter::KernelFile& f, std::int32_t dofs, std::in
                          const PerQuantity& modalInitial, const PerQuantity& direct, const PerQuantity& modal,
                          double junk);
 
+// How a file that does not store a quantity writes its sections: 0 x 0, a x 0 (its rows kept, no columns) or
+// 0 x b (its columns kept, no rows).
+enum class Unstored { kNone, kRowsOnly, kColumnsOnly };
+
+// "0 x 0", "a x 0" or "0 x b".
+const char* nameOf(Unstored shape);
+
+// Sections 15 + q, 18 + q (by step: dofs or modes x steps) and 21 + q, 24 + q (by degree of freedom or mode:
+// steps x dofs or modes) of quantity q (0 displacement, 1 velocity, 2 acceleration) written with no values,
+// each with its own a or b kept as `shape` says.
+void writeUnstored(kernelwriter::KernelFile& f, int q, Unstored shape, std::int32_t dofs, std::int32_t modes,
+                   std::int32_t steps);
+
 }  // namespace testsupport

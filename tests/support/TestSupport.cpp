@@ -75,6 +75,14 @@ bool countFreeDiskSpace(platform::FileHandle file, std::int64_t* bytes) {
   ++gCounts.freeDiskSpace;
   return gInner.freeDiskSpace(file, bytes);
 }
+bool countCreateMapping(platform::FileHandle file, std::int64_t size) {
+  ++gCounts.createMapping;
+  return gInner.createMapping(file, size);
+}
+void countCloseMapping(platform::FileHandle file) {
+  ++gCounts.closeMapping;
+  gInner.closeMapping(file);
+}
 void* countMapView(platform::FileHandle file, std::int64_t offset, std::int64_t size) {
   ++gCounts.mapView;
   gCounts.lastMapOffset = offset;
@@ -113,6 +121,8 @@ PlatformCallCounter::PlatformCallCounter() {
   table.fileSize = countFileSize;
   table.extendFile = countExtendFile;
   table.freeDiskSpace = countFreeDiskSpace;
+  table.createMapping = countCreateMapping;
+  table.closeMapping = countCloseMapping;
   table.mapView = countMapView;
   table.unmapView = countUnmapView;
   table.closeFile = countCloseFile;

@@ -56,6 +56,8 @@ struct PlatformCounts {
   int fileSize = 0;
   int extendFile = 0;
   int freeDiskSpace = 0;
+  int createMapping = 0;
+  int closeMapping = 0;
   int mapView = 0;
   int unmapView = 0;
   int closeFile = 0;
