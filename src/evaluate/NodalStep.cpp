@@ -1,12 +1,16 @@
 // The nodal single-step flow, and the envelope that runs it at every step.
 //
-// One whole-model vector per quantity is read once for the step (sections 15 to 17, or the selected mode's
-// contribution), the initial state is taken off it once, and each node gathers its own entries from it.
+// One whole-model column per quantity stands for the step (sections 15 to 17, or the selected mode's
+// contribution), and each node gathers its own entries from it, less the initial state. A request that needs
+// much of a column reads it whole; one that needs a few entries reads just those where they lie in the file,
+// which gives the same doubles (see StepColumn).
 #include <algorithm>
+#include <vector>
 
 #include "evaluate/Flags.h"
 #include "evaluate/NodalAssembly.h"
 #include "evaluate/NodalFlows.h"
+#include "evaluate/StepColumn.h"
 #include "base/Checked.h"
 #include "evaluate/ElementReader.h"
 #include "kernelfile/Sections.h"
@@ -19,19 +23,28 @@ using namespace sections;
 
 namespace {
 
+// A column is read whole when the request wants at least one entry in this many of it.
+constexpr std::int64_t kEntriesPerWholeRead = 64;
+
 struct StepInputs {
   std::int32_t flags;
-  const Vector& baseMotion;  // the nine base motion values at the step; empty without base motion
-  const Vector* state;       // the three whole-model quantities at the step, initial state already taken off
+  const Vector& baseMotion;   // the nine base motion values at the step; empty without base motion
+  const StepColumn* state;    // the three whole-model quantities at the step
+  const StepColumn* initial;  // their initial states; one is taken off the other where both are stored
 };
 
-// value[k] = quantity[d[k]] for each degree of freedom of the node. `gathered` is reused from node to node.
-void gather(const Vector& quantity, const IntArray& rows, Vector& gathered) {
+// value[k] = quantity[d[k]] - initial[d[k]] for each degree of freedom of the node (the initial value only when
+// one is stored): the same subtraction the whole-model vectors would have had. `gathered` is reused from node to
+// node.
+void gather(ReadTimeKernel& kernel, const StepColumn& quantity, const StepColumn& initial, const IntArray& rows,
+            Vector& gathered) {
   gathered.resize(rows.size);
   for (std::int32_t k = 0; k < rows.size; ++k) {
     const std::int32_t d = rows[k];
-    TK_CHECK(d >= 0 && d < quantity.size);  // a row outside the whole-model vector
-    *gathered.at(k) = *quantity.at(d);
+    TK_CHECK(d >= 0 && d < quantity.size());  // a row outside the whole-model vector
+    double value = quantity.at(kernel, d);
+    if (!initial.empty()) value -= initial.at(kernel, d);
+    *gathered.at(k) = value;
   }
 }
 
@@ -43,7 +56,7 @@ void assembleNodeStep(Request& request, const TimeKernelNode& node, const StepIn
     if (!key || key->selection.empty()) continue;
     // A quantity that the file does not hold at this step leaves its keys at zero; nothing is added to it.
     if (in.state[quantity].empty()) continue;
-    gather(in.state[quantity], node.dofRows, gathered[quantity]);
+    gather(request.kernel, in.state[quantity], in.initial[quantity], node.dofRows, gathered[quantity]);
     Matrix work = Matrix::view(gathered[quantity].size, 1, gathered[quantity].data, gathered[quantity].size);
     if (!in.baseMotion.empty()) {
       const std::int32_t r0 = kBaseMotionFirstRow[quantity];
@@ -51,20 +64,6 @@ void assembleNodeStep(Request& request, const TimeKernelNode& node, const StepIn
       addBaseMotion(node, Matrix::view(3, 1, motion, 3), work);
     }
     writeKeys(node, in.flags, *key, componentMap, work, block);
-  }
-}
-
-void readQuantityAtStep(ReadTimeKernel& kernel, std::int32_t quantity, std::int32_t stepIndex, Vector& v) {
-  switch (quantity) {
-    case 0:
-      kernel.readDisplacementAtStep(stepIndex, v);
-      break;
-    case 1:
-      kernel.readVelocityAtStep(stepIndex, v);
-      break;
-    default:
-      kernel.readAccelerationAtStep(stepIndex, v);
-      break;
   }
 }
 
@@ -78,26 +77,35 @@ void evaluateNodalStep(Request& request, std::int32_t flagWord, std::int32_t ste
     if (baseMotion.empty()) kernel.readSectionColumn(kConstantBaseMotion, 0, baseMotion, nullptr);
     if (!baseMotion.empty()) TK_CHECK(baseMotion.size >= kBaseMotionRows);
   }
-  Vector state[3];
-  for (std::int32_t quantity = 0; quantity < 3; ++quantity) readQuantityAtStep(kernel, quantity, stepIndex, state[quantity]);
+  StepColumn state[3];
+  for (std::int32_t quantity = 0; quantity < 3; ++quantity) state[quantity].openState(kernel, quantity, stepIndex);
   TK_CHECK(!(state[0].empty() && state[1].empty() && state[2].empty()));
 
-  Vector initial[3];
-  kernel.readInitialState(initial[0], initial[1], initial[2], !baseMotion.empty());
+  StepColumn initial[3];
   for (std::int32_t quantity = 0; quantity < 3; ++quantity) {
-    Vector& x = state[quantity];
-    const Vector& x0 = initial[quantity];
-    if (x.empty() || x0.empty()) continue;
-    TK_CHECK(x0.size >= x.size);  // an initial state shorter than the model is malformed
-    for (std::int32_t i = 0; i < x.size; ++i) *x.at(i) -= *x0.at(i);
+    initial[quantity].openInitial(kernel, quantity, !baseMotion.empty());
+  }
+  const auto ids = static_cast<std::int32_t>(request.requestedOffsets.size());
+  for (std::int32_t quantity = 0; quantity < 3; ++quantity) {
+    StepColumn& x = state[quantity];
+    StepColumn& x0 = initial[quantity];
+    if (x.empty()) continue;
+    // An initial state shorter than the model is malformed.
+    if (!x0.empty()) TK_CHECK(x0.size() >= x.size());
+    // A request that wants much of a column reads it whole, in one go; a few entries are read where they lie.
+    const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[quantity];
+    const std::int64_t wanted = key ? static_cast<std::int64_t>(key->selection.size()) * ids : 0;
+    if (wanted > 0 && wanted * kEntriesPerWholeRead >= x.size()) {
+      x.loadWhole(kernel);
+      x0.loadWhole(kernel);
+    }
   }
 
   TK_CHECK(static_cast<bool>(request.nodePrototype));
   TimeKernelNode& node = *request.nodePrototype;
-  const StepInputs in{flagWord, baseMotion, state};
+  const StepInputs in{flagWord, baseMotion, state, initial};
   Vector gathered[3];
   IdMap componentMap;
-  const auto ids = static_cast<std::int32_t>(request.requestedOffsets.size());
   for (std::int32_t i = 0; i < ids && i < result.cols; ++i) {
     const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
     if (offset < 0) continue;
@@ -111,11 +119,141 @@ void evaluateNodalStep(Request& request, std::int32_t flagWord, std::int32_t ste
   }
 }
 
+namespace {
+
+// Steps formed together by the envelope's fast path.
+constexpr std::int32_t kEnvelopeTileSteps = 256;
+
+// The envelope over tiles of steps from the histories by degree of freedom (sections 21 to 23), which hold the
+// numbers of sections 15 to 17 transposed. Each value is formed with the single-step flow's own operations in
+// its order (stored value less the initial value, then the rotation under flag 2), so the doubles are those of
+// the step-by-step envelope. It serves only requests where every step reads alike: no selected mode, no base
+// motion, sections 15 to 17 present with a column for every step and their twins of the same shape, and every
+// history row a node needs inside the file. Otherwise it returns false having changed nothing in `result`, and
+// the envelope runs step by step. `first` receives the step-0 values, `high` and `low` the extremes.
+bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t keyCount, std::int32_t idCount,
+                           std::vector<double>& first, std::vector<double>& high, std::vector<double>& low) {
+  ReadTimeKernel& kernel = request.kernel;
+  if (kernel.selectedMode >= 0 || flags::wantsBaseMotion(flagWord)) return false;
+  if (static_cast<std::int64_t>(request.requestedOffsets.size()) != idCount) return false;
+  const std::int32_t steps = kernel.stepCount;
+  std::int32_t size[3] = {0, 0, 0};
+  std::int64_t history[3] = {0, 0, 0};
+  for (std::int32_t q = 0; q < 3; ++q) {
+    std::int32_t a = 0, b = 0, rowsOfTwin = 0, columnsOfTwin = 0;
+    try {
+      kernel.readSectionHeader(kFirstTwinnedSection + q, a, b);
+      kernel.readSectionHeader(kFirstHistorySection + q, rowsOfTwin, columnsOfTwin);
+    } catch (...) {
+      return false;
+    }
+    if (a < 0 || b != steps || rowsOfTwin != steps || columnsOfTwin != a) return false;
+    size[q] = a;
+    history[q] = kernel.tell();
+  }
+  if (size[0] == 0 && size[1] == 0 && size[2] == 0) return false;
+  StepColumn initial[3];
+  for (std::int32_t q = 0; q < 3; ++q) {
+    initial[q].openInitial(kernel, q, false);
+    if (size[q] != 0 && !initial[q].empty()) TK_CHECK(initial[q].size() >= size[q]);
+  }
+  TK_CHECK(static_cast<bool>(request.nodePrototype));
+  TimeKernelNode& node = *request.nodePrototype;
+  const auto ids = static_cast<std::int32_t>(request.requestedOffsets.size());
+  const std::int64_t rowBytes = static_cast<std::int64_t>(steps) * 8;
+  // First pass: every row that a step would gather must exist and lie inside the file.
+  for (std::int32_t i = 0; i < ids; ++i) {
+    const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
+    if (offset < 0) continue;
+    kernel.seek(offset);
+    ClearOnExit<TimeKernelNode> clearNode(node);
+    readNode(kernel, node);
+    for (std::int32_t q = 0; q < 3; ++q) {
+      const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[q];
+      if (!key || key->selection.empty() || size[q] == 0) continue;
+      for (std::int32_t k = 0; k < node.dofRows.size; ++k) {
+        const std::int32_t d = node.dofRows[k];
+        std::int64_t at = 0;
+        if (d < 0 || d >= size[q]) return false;  // the step-by-step flow fails on it
+        if (!checkedMulAdd(d, rowBytes, history[q], &at) || !kernel.mapping.liesInsideFile(at, rowBytes)) return false;
+      }
+    }
+  }
+
+  const std::int64_t n = static_cast<std::int64_t>(keyCount) * ids;
+  first.assign(static_cast<std::size_t>(n), 0.0);
+  high.assign(static_cast<std::size_t>(n), 0.0);
+  low.assign(static_cast<std::size_t>(n), 0.0);
+  IdMap componentMap;
+  Matrix work, tile;
+  std::vector<double> row;
+  for (std::int32_t i = 0; i < ids; ++i) {
+    const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
+    if (offset < 0) continue;
+    kernel.seek(offset);
+    ClearOnExit<TimeKernelNode> clearNode(node);
+    readNode(kernel, node);
+    if (node.dofRows.size == 0) continue;
+    buildComponentMap(node, componentMap);
+    const std::int32_t dofs = node.dofRows.size;
+    for (std::int32_t t0 = 0; t0 < steps; t0 += kEnvelopeTileSteps) {
+      const std::int32_t width = std::min(kEnvelopeTileSteps, steps - t0);
+      tile.resize(keyCount, width);
+      tile.setZero();
+      for (std::int32_t q = 0; q < 3; ++q) {
+        const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[q];
+        if (!key || key->selection.empty() || size[q] == 0) continue;
+        work.resize(dofs, width);
+        row.resize(static_cast<std::size_t>(width));
+        for (std::int32_t k = 0; k < dofs; ++k) {
+          const std::int32_t d = node.dofRows[k];
+          const double x0 = initial[q].empty() ? 0.0 : initial[q].at(kernel, d);
+          std::fill(row.begin(), row.end(), 0.0);
+          kernel.seek(history[q] + d * rowBytes + static_cast<std::int64_t>(t0) * 8);
+          kernel.mapping.read(row.data(), static_cast<std::int64_t>(width) * 8);
+          for (std::int32_t j = 0; j < width; ++j) {
+            const double x = row[static_cast<std::size_t>(j)];
+            work.at(k, j) = initial[q].empty() ? x : x - x0;
+          }
+        }
+        writeKeys(node, flagWord, *key, componentMap, work, tile);
+      }
+      for (std::int32_t r = 0; r < keyCount; ++r) {
+        const auto p = static_cast<std::size_t>(r + static_cast<std::int64_t>(keyCount) * i);
+        for (std::int32_t j = 0; j < width; ++j) {
+          const double v = tile.at(r, j);
+          if (t0 + j == 0) {
+            first[p] = v;
+            high[p] = v;
+            low[p] = v;
+            continue;
+          }
+          if (v > high[p]) high[p] = v;
+          if (v < low[p]) low[p] = v;
+        }
+      }
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
 void evaluateEnvelope(Request& request, std::int32_t flagWord, std::int32_t keyCount, std::int32_t idCount,
                       Matrix& result) {
   std::int64_t n = 0, order = 0;
   TK_CHECK(checkedMul(keyCount, idCount, &n) && n <= INT32_MAX && checkedMul(n, n, &order));
   TK_CHECK(result.rows == order && result.cols == 2);
+  std::vector<double> first, high, low;
+  if (envelopeFromHistories(request, flagWord, keyCount, idCount, first, high, low)) {
+    for (std::int64_t column = 0; column < n; ++column) {
+      std::copy(first.begin(), first.end(), result.data + column * n);
+      std::copy(first.begin(), first.end(), result.data + order + column * n);
+      result.data[column * n + column] = high[static_cast<std::size_t>(column)];
+      result.data[order + column * n + column] = low[static_cast<std::size_t>(column)];
+    }
+    return;
+  }
   Vector work;
   work.resize(static_cast<std::int32_t>(n));
   work.setZero();

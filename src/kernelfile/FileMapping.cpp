@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "base/Allocation.h"
 #include "base/Checked.h"
@@ -9,6 +10,7 @@
 namespace Zarn {
 
 std::int64_t memoryBudget = 0;
+bool positionedReadsEnabled = true;
 
 std::int64_t availableMemory() {
   const platform::Calls& sys = platform::calls();
@@ -45,7 +47,8 @@ void FileMapping::open(const std::string& name, std::int64_t requestedSize) {
   fileSize_ = size;
   openSize_ = size;
   mappingSize_ = requestedSize != 0 ? requestedSize : (fileSize_ != 0 ? fileSize_ : windowSize);
-  if (mappingSize_ != 0) createMapping(mappingSize_);
+  // The size was measured just now: a mapping no longer than it needs no second look at the file.
+  if (mappingSize_ != 0) createMapping(mappingSize_, size);
 }
 
 void FileMapping::attachReadOnly(platform::FileHandle file, std::int64_t size, const std::string& name) {
@@ -72,12 +75,14 @@ void FileMapping::rearm() {
 // Creates the mapping of `size` bytes. As with a system mapping object that is larger than its file, the file is
 // lengthened to `size`. A lengthening beyond the free space of the file system, or by more than kMaximumGrowth
 // since the open, is refused, and so is a negative size: the mapping then does not exist. growMapping then
-// restores the mapping it had, so that only the read that asked for the growth is dropped.
-void FileMapping::createMapping(std::int64_t size) {
+// restores the mapping it had, so that only the read that asked for the growth is dropped. `knownLength` is the
+// file's length when the caller has just measured it (-1 otherwise): a mapping no longer than that needs no new
+// measurement.
+void FileMapping::createMapping(std::int64_t size, std::int64_t knownLength) {
   mappingOpen_ = false;
   if (size <= 0 || !file_.isOpen) return;
-  std::int64_t current = 0;
-  if (!platform::calls().fileSize(file_, &current)) return;
+  std::int64_t current = knownLength;
+  if (size > knownLength && !platform::calls().fileSize(file_, &current)) return;
   if (size > current) {
     if (size - openSize_ > kMaximumGrowth) return;
     std::int64_t freeBytes = 0;
@@ -110,6 +115,7 @@ void FileMapping::close() {
   readOnly_ = false;
   padded_.clear();
   padded_.shrink_to_fit();
+  dropBlocks();
   position_ = 0;
   fileSize_ = 0;
   viewOffset_ = 0;
@@ -153,7 +159,7 @@ bool FileMapping::growMapping(std::int64_t n) {
   const std::int64_t previous = mappingSize_;
   unmapView();
   closeMapping();
-  createMapping(end);
+  createMapping(end, -1);
   if (mappingOpen_) {
     mappingSize_ = end;
     return true;
@@ -162,7 +168,7 @@ bool FileMapping::growMapping(std::int64_t n) {
   // The growth was refused: only this read is dropped. The mapping of what the file already holds is made
   // again, so that later reads inside it still succeed.
   mappingSize_ = previous;
-  if (mappingSize_ > 0) createMapping(mappingSize_);
+  if (mappingSize_ > 0) createMapping(mappingSize_, -1);
   return false;
 }
 
@@ -239,7 +245,59 @@ void FileMapping::copyPastTheEnd(std::int64_t n) {
   viewSize_ = n;
 }
 
+void FileMapping::dropBlocks() {
+  for (Block& block : blocks_) {
+    block.bytes.clear();
+    block.bytes.shrink_to_fit();  // a call keeps nothing
+    block.offset = 0;
+    block.size = 0;
+  }
+  nextBlock_ = 0;
+}
+
+// Whether the n bytes from the position may come from a positioned read: a read-write file of this object's own
+// whose mapping exists, and bytes that lie inside the file as it was at open (so nothing would grow).
+bool FileMapping::positionedReadFits(std::int64_t n) const {
+  if (!positionedReadsEnabled || readOnly_ || borrowed_ || !mappingOpen_ || !file_.isOpen) return false;
+  if (n <= 0 || n >= kPositionedReadLimit || position_ < 0) return false;
+  return position_ <= openSize_ - n && position_ <= mappingSize_ - n;
+}
+
+// The n bytes from the position out of a block, fetching a block first when none holds them. Null when the view
+// in place covers them (the view serves as designed) or a positioned read cannot serve them.
+const unsigned char* FileMapping::takeFromBlock(std::int64_t n) {
+  if (view_ != nullptr && viewCovers(position_, n)) return nullptr;
+  // Blocks serve only while positioned reads may (with no mapping every read is dropped, as through the view). A
+  // long read handed out in place comes from the view: blocks stay small, and so does a call's memory.
+  if (n > kLargestBlock || !positionedReadFits(n)) return nullptr;
+  for (const Block& block : blocks_) {
+    if (block.size > 0 && position_ >= block.offset && position_ - block.offset <= block.size - n) {
+      const unsigned char* p = block.bytes.data() + (position_ - block.offset);
+      seek(n, 1);
+      return p;
+    }
+  }
+  // From the page that holds the position, at least kReadBlock bytes, never past the end of the file.
+  const std::int64_t start = position_ - position_ % kReadBlock;
+  const std::int64_t size = std::min(std::max(position_ + n - start, kReadBlock), openSize_ - start);
+  Block& block = blocks_[nextBlock_];
+  block.size = 0;
+  try {
+    if (static_cast<std::int64_t>(block.bytes.size()) < size) block.bytes.resize(static_cast<std::size_t>(size));
+  } catch (const std::bad_alloc&) {
+    return nullptr;  // the view serves instead
+  }
+  if (!platform::calls().readAt(file_, start, block.bytes.data(), size)) return nullptr;
+  block.offset = start;
+  block.size = size;
+  nextBlock_ = (nextBlock_ + 1) % kBlockCount;
+  const unsigned char* p = block.bytes.data() + (position_ - start);
+  seek(n, 1);
+  return p;
+}
+
 const unsigned char* FileMapping::take(std::int64_t n) {
+  if (const unsigned char* p = takeFromBlock(n)) return p;
   ensureView(n);
   if (view_ == nullptr) return nullptr;
   const unsigned char* p = view_ + (position_ - viewOffset_);
@@ -248,6 +306,12 @@ const unsigned char* FileMapping::take(std::int64_t n) {
 }
 
 bool FileMapping::read(void* destination, std::int64_t n) {
+  // A read of a block's size or more that fits goes straight into its destination.
+  if (n >= kReadBlock && !(view_ != nullptr && viewCovers(position_, n)) && positionedReadFits(n) &&
+      platform::calls().readAt(file_, position_, destination, n)) {
+    seek(n, 1);
+    return true;
+  }
   const unsigned char* p = take(n);
   if (p == nullptr) return false;
   if (n > 0) std::memcpy(destination, p, static_cast<size_t>(n));

@@ -11,6 +11,16 @@
 // silently dropped: nothing is copied, the position does not move, the destination keeps what it held. A file is
 // never lengthened beyond the free space of its file system, nor by more than kMaximumGrowth in one open.
 //
+// Positioned reads. A read shorter than kPositionedReadLimit that lies wholly inside the file as it was at open,
+// and that the view in place does not cover, is served by a positioned read instead of a view: a `read` of
+// kReadBlock bytes or more straight into its destination, anything shorter (and a `take` of up to kLargestBlock
+// bytes) through a block of at least kReadBlock bytes around it that later nearby reads reuse. A few blocks are
+// kept, so that reads alternating between places (section headers, records, columns) stay cheap. The bytes are
+// the same, since the view and the positioned read both see the file; but a call that reads a few places of a
+// large file neither maps it nor faults its pages in one at a time. Every other read (a long one, one that
+// reaches past the end, one after the mapping is gone, one whose positioned read fails) goes through the view
+// exactly as designed.
+//
 // Read-only mode (attachReadOnly, for handles). The file is read through read-only views that never cover a byte
 // past the end of the file as it was at open, so a short file can never fault. A read that passes the end reads
 // zeros there, as the read-write mapping would after lengthening the file, but nothing touches the file: the
@@ -26,6 +36,11 @@
 
 namespace Zarn {
 
+// Whether reads inside the file may be served without the view (positioned reads, and the single-step flow's
+// entry-by-entry column reads). On unless a test turns it off, to compare the answers with those of the mapped
+// reads alone bit for bit.
+extern bool positionedReadsEnabled;
+
 class FileMapping {
  public:
   // Views start on multiples of this many bytes. Windows requires its views to start on 64 KiB boundaries; the
@@ -38,6 +53,13 @@ class FileMapping {
   // longer, nor make the next call take it for a large file. Beyond this the mapping is refused and the read
   // dropped, as when the disk is full.
   static constexpr std::int64_t kMaximumGrowth = 0x100000;
+  // Reads below this size that lie inside the file are served by positioned reads (see above).
+  static constexpr std::int64_t kPositionedReadLimit = 0x100000;
+  // The smallest block a positioned read fetches for the short reads around it, and how many blocks are kept.
+  static constexpr std::int64_t kReadBlock = 0x1000;
+  static constexpr int kBlockCount = 8;
+  // `take` serves at most this many bytes from a block; a longer one is handed out from the view.
+  static constexpr std::int64_t kLargestBlock = 0x10000;
 
   FileMapping() = default;
   virtual ~FileMapping();
@@ -78,6 +100,13 @@ class FileMapping {
   // instead of releasing them, so the source stays valid. Used by the kernel's deep clone.
   void borrowFrom(const FileMapping& source);
 
+  // Whether the n bytes from `offset` lie inside the file as it was at open and can be read now: read anywhere
+  // within them, a read gives the file's own bytes and neither lengthens the file nor is dropped.
+  bool liesInsideFile(std::int64_t offset, std::int64_t n) const {
+    return positionedReadsEnabled && file_.isOpen && mappingOpen_ && offset >= 0 && n >= 0 &&
+           offset <= openSize_ - n;
+  }
+
   const void* view() const { return view_; }
   std::int64_t position() const { return position_; }
   std::int64_t fileSize() const { return fileSize_; }
@@ -95,12 +124,15 @@ class FileMapping {
   // Makes the mapping reach `n` bytes past the position, lengthening the file if need be. False when it cannot
   // (the growth is refused, or the end is not representable); the mapping then stays as it was.
   bool growMapping(std::int64_t n);
-  void createMapping(std::int64_t size);
+  void createMapping(std::int64_t size, std::int64_t knownLength);
   void closeMapping();
   void unmapView();
   bool viewCovers(std::int64_t offset, std::int64_t n) const;
   void ensureReadOnlyView(std::int64_t n, std::int64_t end);
   void copyPastTheEnd(std::int64_t n);
+  bool positionedReadFits(std::int64_t n) const;
+  const unsigned char* takeFromBlock(std::int64_t n);
+  void dropBlocks();
 
   unsigned char* view_ = nullptr;  // start of the mapped view; null when none is mapped
   platform::FileHandle file_;      // the open file
@@ -117,6 +149,14 @@ class FileMapping {
   bool growthRefused_ = false;  // a lengthening was refused in this open: no further one is tried
   std::string fileName_;           // path of the file
   std::vector<unsigned char> padded_;  // read-only mode: the bytes of a read past the end, zeros beyond it
+  // Blocks of the file fetched by positioned reads: bytes [offset, offset + size) of the file; size 0 when unused.
+  struct Block {
+    std::vector<unsigned char> bytes;
+    std::int64_t offset = 0;
+    std::int64_t size = 0;
+  };
+  Block blocks_[kBlockCount];
+  int nextBlock_ = 0;  // the block the next fetch replaces
 };
 
 // The process-wide memory budget in bytes. Zero at load; nothing in the library sets it. When it is 1 or more,

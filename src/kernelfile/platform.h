@@ -1,10 +1,10 @@
 // The operating-system calls of the library, behind one small table.
 //
 // Everything the library asks of the system (open a file for reading and writing or for reading only, its size,
-// lengthen it, create its mapping object, map and unmap a view, close, memory figures, free disk space) goes
-// through `platform::calls()`. One file per system fills the table (platform_posix.cpp, platform_win32.cpp); no
-// other file includes a system header for these calls. Tests may replace entries of the table to make "the
-// mapping call fails" happen on demand, and restore the defaults with `resetCalls()`.
+// lengthen it, create its mapping object, map and unmap a view, read at an offset, close, memory figures, free
+// disk space) goes through `platform::calls()`. One file per system fills the table (platform_posix.cpp,
+// platform_win32.cpp); no other file includes a system header for these calls. Tests may replace entries of the
+// table to make "the mapping call fails" happen on demand, and restore the defaults with `resetCalls()`.
 #pragma once
 
 #include <cstdint>
@@ -50,6 +50,9 @@ struct Calls {
   // Maps `size` bytes of the file from `offset` (a multiple of 65,536) for reading only. The caller never asks
   // for bytes past the end of the file. Null when it cannot.
   void* (*mapViewReadOnly)(FileHandle file, std::int64_t offset, std::int64_t size);
+  // Copies `size` bytes of the file from `offset` into `destination` without mapping anything (a positioned
+  // read). True only when all of them were read; the caller asks only for bytes inside the file.
+  bool (*readAt)(FileHandle file, std::int64_t offset, void* destination, std::int64_t size);
 };
 
 // The table in force. Writable so tests can inject failures.

@@ -1,5 +1,5 @@
 // The platform calls on POSIX systems (Linux and the like): open(2) (read-write or read-only), fstat(2), ftruncate(2), fstatvfs(2),
-// mmap(2), munmap(2), close(2), /proc/meminfo, /proc/self/statm and getrlimit(2).
+// mmap(2), munmap(2), pread(2), close(2), /proc/meminfo, /proc/self/statm and getrlimit(2).
 #if !defined(_WIN32)
 
 #include <fcntl.h>
@@ -97,6 +97,20 @@ void* mapViewReadOnly(FileHandle file, std::int64_t offset, std::int64_t size) {
 
 void unmapView(void* view, std::int64_t size) { ::munmap(view, static_cast<size_t>(size)); }
 
+bool readAt(FileHandle file, std::int64_t offset, void* destination, std::int64_t size) {
+  if (size < 0 || offset < 0) return false;
+  auto* out = static_cast<unsigned char*>(destination);
+  while (size > 0) {
+    const ssize_t got = ::pread(descriptorOf(file), out, static_cast<size_t>(size), static_cast<off_t>(offset));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) return false;  // an error, or the end of the file came first
+    out += got;
+    offset += got;
+    size -= got;
+  }
+  return true;
+}
+
 void closeFile(FileHandle file) { ::close(descriptorOf(file)); }
 
 // Reads one "Name: <kB> kB" line of /proc/meminfo.
@@ -149,7 +163,7 @@ bool processMemoryUse(std::int64_t* bytes) {
 
 const Calls kSystemCalls = {openExisting,  fileSize,      extendFile, freeDiskSpace,   createMapping,
                             closeMapping,  mapView,       unmapView,  closeFile,       availableMemory,
-                            processMemoryUse, openReadOnly, mapViewReadOnly};
+                            processMemoryUse, openReadOnly, mapViewReadOnly, readAt};
 
 Calls gCalls = kSystemCalls;
 

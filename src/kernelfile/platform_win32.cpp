@@ -1,6 +1,7 @@
 // The platform calls on Windows: CreateFileA, GetFileSize, CreateFileMappingA, MapViewOfFile, UnmapViewOfFile,
-// CloseHandle, GlobalMemoryStatusEx, GetCurrentProcess and K32GetProcessMemoryInfo, with GetFullPathNameA,
-// GetDiskFreeSpaceExA and GetFileType for the free-space check and for refusing what is not a disk file.
+// CloseHandle, GlobalMemoryStatusEx, GetCurrentProcess and K32GetProcessMemoryInfo, ReadFile for positioned
+// reads, with GetFullPathNameA, GetDiskFreeSpaceExA and GetFileType for the free-space check and for refusing
+// what is not a disk file.
 #if defined(_WIN32)
 
 #include <windows.h>
@@ -163,6 +164,25 @@ void* mapViewReadOnly(FileHandle file, std::int64_t offset, std::int64_t size) {
 
 void unmapView(void* view, std::int64_t) { ::UnmapViewOfFile(view); }
 
+// A positioned read: ReadFile with the offset in an OVERLAPPED record, in pieces that a DWORD can count.
+bool readAt(FileHandle file, std::int64_t offset, void* destination, std::int64_t size) {
+  if (size < 0 || offset < 0) return false;
+  const OpenFile* record = recordOf(file);
+  auto* out = static_cast<unsigned char*>(destination);
+  while (size > 0) {
+    OVERLAPPED at = {};
+    at.Offset = lowHalf(offset);
+    at.OffsetHigh = highHalf(offset);
+    const DWORD piece = size > 0x40000000 ? 0x40000000 : static_cast<DWORD>(size);
+    DWORD got = 0;
+    if (!::ReadFile(record->file, out, piece, &got, &at) || got == 0) return false;
+    out += got;
+    offset += got;
+    size -= got;
+  }
+  return true;
+}
+
 void closeFile(FileHandle file) {
   OpenFile* record = recordOf(file);
   closeMapping(file);
@@ -195,7 +215,7 @@ bool processMemoryUse(std::int64_t* bytes) {
 
 const Calls kSystemCalls = {openExisting,  fileSize,      extendFile, freeDiskSpace,   createMapping,
                             closeMapping,  mapView,       unmapView,  closeFile,       availableMemory,
-                            processMemoryUse, openReadOnly, mapViewReadOnly};
+                            processMemoryUse, openReadOnly, mapViewReadOnly, readAt};
 
 Calls gCalls = kSystemCalls;
 

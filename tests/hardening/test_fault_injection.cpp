@@ -103,7 +103,9 @@ void armAllocations(bool on) { gArmed.store(on); }
 
 // ---- platform faults ----
 
-enum class Entry { kOpen, kSize, kExtend, kFreeSpace, kCreateMapping, kMap, kAvailableMemory, kProcessMemoryUse };
+enum class Entry {
+  kOpen, kSize, kExtend, kFreeSpace, kCreateMapping, kMap, kAvailableMemory, kProcessMemoryUse, kReadAt
+};
 
 const char* nameOf(Entry e) {
   switch (e) {
@@ -123,6 +125,8 @@ const char* nameOf(Entry e) {
       return "availableMemory";
     case Entry::kProcessMemoryUse:
       return "processMemoryUse";
+    case Entry::kReadAt:
+      return "readAt";
   }
   return "?";
 }
@@ -175,6 +179,10 @@ bool faultyProcessUse(std::int64_t* bytes) {
   return !failsNow(Entry::kProcessMemoryUse) && platform::systemCalls().processMemoryUse(bytes);
 }
 
+bool faultyReadAt(platform::FileHandle file, std::int64_t offset, void* destination, std::int64_t size) {
+  return !failsNow(Entry::kReadAt) && platform::systemCalls().readAt(file, offset, destination, size);
+}
+
 // The system's table with one entry failing its `failAt`-th call (or only counted, for 0).
 void installFault(Entry e, int failAt, bool noRoom = false) {
   gFault = PlatformFault{e, failAt, 0, false, noRoom};
@@ -204,6 +212,9 @@ void installFault(Entry e, int failAt, bool noRoom = false) {
       break;
     case Entry::kProcessMemoryUse:
       c.processMemoryUse = faultyProcessUse;
+      break;
+    case Entry::kReadAt:
+      c.readAt = faultyReadAt;
       break;
   }
 }
@@ -386,7 +397,9 @@ class FaultInjection : public HardeningTest {
         break;
       case Entry::kAvailableMemory:
       case Entry::kProcessMemoryUse:
-        // Unknown memory figures only shrink the window to its floor: the answer stands.
+      case Entry::kReadAt:
+        // Unknown memory figures only shrink the window to its floor, and a failed positioned read is served by
+        // the view instead: the answer stands.
         EXPECT_TRUE(rightAnswer(job, o));
         break;
       default:
@@ -421,6 +434,10 @@ TEST_F(FaultInjection, MappingObjectFails) {
 
 TEST_F(FaultInjection, MappingFails) {
   EXPECT_GT(sweep(Entry::kMap, goodJobs()) + sweep(Entry::kMap, lengtheningJobs()), 0);
+}
+
+TEST_F(FaultInjection, PositionedReadFails) {
+  EXPECT_GT(sweep(Entry::kReadAt, goodJobs()) + sweep(Entry::kReadAt, lengtheningJobs()), 0);
 }
 
 TEST_F(FaultInjection, AvailableMemoryUnknown) { EXPECT_GT(sweep(Entry::kAvailableMemory, goodJobs()), 0); }

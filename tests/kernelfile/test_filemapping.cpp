@@ -42,8 +42,15 @@ testing::AssertionResult matchesPattern(const unsigned char* bytes, std::int64_t
   return testing::AssertionSuccess();
 }
 
+// These tests look at the mapped window's own mechanics (which views are made, and when), so every read goes
+// through the view; the positioned reads that serve small reads inside the file have tests of their own below.
 class FileMappingTest : public testsupport::PlatformTest {
  protected:
+  void SetUp() override {
+    PlatformTest::SetUp();
+    Zarn::positionedReadsEnabled = false;
+  }
+
   // Writes a pattern file of `size` bytes at `file` and opens `mapping` on it at its own size.
   void openPatternFile(std::int64_t size) {
     writePatternFile(file.path(), size);
@@ -351,6 +358,100 @@ TEST_F(FileMappingTest, TakeHandsOutThePointerAndAdvances) {
   EXPECT_EQ(mapping.position(), 1254);
   EXPECT_TRUE(matchesPattern(p, 1234, 20, 5000));
   EXPECT_EQ(p, static_cast<const unsigned char*>(mapping.view()) + (1234 - mapping.viewOffset()));
+}
+
+// ---- positioned reads: small reads inside the file need no view ----
+
+class PositionedReadTest : public FileMappingTest {
+ protected:
+  void SetUp() override {
+    FileMappingTest::SetUp();
+    positionedReadsEnabled = true;
+  }
+};
+
+TEST_F(PositionedReadTest, SmallReadsInsideTheFileComeFromOneBlockWithoutAView) {
+  openPatternFile(200000);
+  ASSERT_TRUE(mapping.isOpen());
+  PlatformCallCounter counter;
+  unsigned char bytes[16] = {};
+  mapping.seek(65537, 0);
+  ASSERT_TRUE(mapping.read(bytes, 12));
+  EXPECT_TRUE(matchesPattern(bytes, 65537, 12, 200000));
+  EXPECT_EQ(mapping.position(), 65549);
+  mapping.seek(65600, 0);
+  const unsigned char* p = mapping.take(16);
+  ASSERT_NE(p, nullptr);
+  EXPECT_TRUE(matchesPattern(p, 65600, 16, 200000));
+  EXPECT_EQ(mapping.position(), 65616);
+  EXPECT_EQ(counter.counts().readAt, 1);  // the second read is served by the block of the first
+  EXPECT_EQ(counter.counts().mapView, 0);
+  EXPECT_EQ(mapping.view(), nullptr);
+  EXPECT_EQ(sizeOnDisk(file.path()), 200000);
+}
+
+TEST_F(PositionedReadTest, ALongerReadGoesStraightIntoItsDestination) {
+  openPatternFile(200000);
+  PlatformCallCounter counter;
+  std::vector<unsigned char> bytes(20000, 0);
+  mapping.seek(1001, 0);
+  ASSERT_TRUE(mapping.read(bytes.data(), 20000));
+  EXPECT_TRUE(matchesPattern(bytes.data(), 1001, 20000, 200000));
+  EXPECT_EQ(mapping.position(), 21001);
+  EXPECT_EQ(counter.counts().readAt, 1);
+  EXPECT_EQ(counter.counts().mapView, 0);
+}
+
+TEST_F(PositionedReadTest, AReadOfAMebibyteOrMoreUsesTheView) {
+  openPatternFile(3 * 0x100000);
+  mapping.windowSize = 0x100000;
+  PlatformCallCounter counter;
+  std::vector<unsigned char> bytes(0x100000, 0);
+  mapping.seek(5, 0);
+  ASSERT_TRUE(mapping.read(bytes.data(), 0x100000));
+  EXPECT_TRUE(matchesPattern(bytes.data(), 5, 0x100000, 3 * 0x100000));
+  EXPECT_EQ(counter.counts().readAt, 0);
+  EXPECT_EQ(counter.counts().mapView, 1);
+}
+
+TEST_F(PositionedReadTest, AReadPastTheEndGoesThroughTheViewAndLengthensTheFile) {
+  openPatternFile(5000);
+  PlatformCallCounter counter;
+  unsigned char bytes[16];
+  std::memset(bytes, 0xee, sizeof bytes);
+  mapping.seek(4990, 0);
+  ASSERT_TRUE(mapping.read(bytes, 16));
+  EXPECT_TRUE(matchesPattern(bytes, 4990, 16, 5000));  // ten bytes of the file, then zeros
+  EXPECT_EQ(counter.counts().readAt, 0);
+  EXPECT_EQ(counter.counts().mapView, 1);
+  EXPECT_EQ(sizeOnDisk(file.path()), 5006);
+}
+
+TEST_F(PositionedReadTest, AFailedPositionedReadIsServedByTheView) {
+  openPatternFile(5000);
+  platform::calls().readAt = [](platform::FileHandle, std::int64_t, void*, std::int64_t) { return false; };
+  PlatformCallCounter counter;
+  unsigned char bytes[16] = {};
+  mapping.seek(40, 0);
+  ASSERT_TRUE(mapping.read(bytes, 16));
+  EXPECT_TRUE(matchesPattern(bytes, 40, 16, 5000));
+  EXPECT_EQ(mapping.position(), 56);
+  EXPECT_EQ(counter.counts().mapView, 1);
+}
+
+TEST_F(PositionedReadTest, ARefusedLengtheningDropsThatReadAloneAsThroughTheView) {
+  openPatternFile(5000);
+  unsigned char bytes[8] = {};
+  mapping.seek(100, 0);
+  ASSERT_TRUE(mapping.read(bytes, 8));  // fetches a block
+  std::memset(bytes, 0xee, sizeof bytes);
+  mapping.seek(std::int64_t(1) << 40, 0);
+  EXPECT_FALSE(mapping.read(bytes, 8));  // would lengthen the file by a terabyte: refused, the read dropped
+  for (unsigned char b : bytes) EXPECT_EQ(b, 0xee);
+  mapping.seek(200, 0);
+  ASSERT_TRUE(mapping.read(bytes, 8));  // inside the file reads still succeed
+  EXPECT_TRUE(matchesPattern(bytes, 200, 8, 5000));
+  EXPECT_EQ(sizeOnDisk(file.path()), 5000);
 }
 
 TEST_F(FileMappingTest, ReadAtANegativePositionIsDropped) {

@@ -106,6 +106,11 @@ bool countProcessMemoryUse(std::int64_t* bytes) {
   return gInner.processMemoryUse(bytes);
 }
 
+bool countReadAt(platform::FileHandle file, std::int64_t offset, void* destination, std::int64_t size) {
+  ++gCounts.readAt;
+  return gInner.readAt(file, offset, destination, size);
+}
+
 }  // namespace
 
 PlatformCallCounter::PlatformCallCounter() {
@@ -123,6 +128,7 @@ PlatformCallCounter::PlatformCallCounter() {
   table.closeFile = countCloseFile;
   table.availableMemory = countAvailableMemory;
   table.processMemoryUse = countProcessMemoryUse;
+  table.readAt = countReadAt;
 }
 
 PlatformCallCounter::~PlatformCallCounter() { platform::calls() = gInner; }
@@ -135,6 +141,7 @@ void PlatformTest::TearDown() {
   platform::resetCalls();
   Zarn::memoryBudget = 0;
   Zarn::allocationLimit = INT64_MAX;
+  Zarn::positionedReadsEnabled = true;
 }
 
 }  // namespace testsupport

@@ -63,6 +63,7 @@ struct PlatformCounts {
   int closeFile = 0;
   int availableMemory = 0;
   int processMemoryUse = 0;
+  int readAt = 0;
   std::int64_t lastMapOffset = -1;  // arguments of the latest mapView call, -1 before the first
   std::int64_t lastMapSize = -1;
 };
