@@ -767,8 +767,12 @@ using testsupport::openDescriptors;
 using testsupport::residentBytes;
 
 // The whole process's mapping count is compared only without a sanitizer: AddressSanitizer's allocator maps
-// regions of its own as it goes. The mappings of the kernel files are compared in every build.
+// regions of its own as it goes. The mappings of the kernel files are compared exactly in every build.
 constexpr bool kCompareAllMappings = !HARDENING_SANITIZED;
+// Mappings that may appear in the whole process during a run without any fault of the library: the C library's
+// allocator opens a new arena, or the BLAS starts its threads (their stacks), at a moment that depends on the
+// machine's load. A leak of the library's own views grows the count by one per call, far beyond this.
+constexpr int kUnrelatedMappingSlack = 4;
 
 // Bytes held through operator new at this moment. The global operator new and delete of the test binary are
 // replaced in test_fault_injection.cpp, which keeps this count.
