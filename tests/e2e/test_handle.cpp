@@ -2,10 +2,9 @@
 // comparison with the designed door, bit for bit, on random files and requests of every flag.
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
@@ -135,8 +134,8 @@ TEST_F(HandleTest, QueryFailuresSayWhy) {
 TEST_F(HandleTest, ReadsWithoutWriteAccessAndLeavesTheFileAsItWas) {
   TempFile path("readonly");
   smallFile().write(path.path());
-  struct stat before {};
-  ASSERT_EQ(::stat(path.c_str(), &before), 0);
+  const auto sizeBefore = std::filesystem::file_size(path.path());
+  const auto timeBefore = std::filesystem::last_write_time(path.path());
   const std::string bytes = testsupport::readWholeFile(path.path());
   testsupport::PlatformCallCounter counter;
   TimeKernelFile* file = openOrFail(path.path());
@@ -148,11 +147,8 @@ TEST_F(HandleTest, ReadsWithoutWriteAccessAndLeavesTheFileAsItWas) {
   EXPECT_EQ(counter.counts().openExisting, 0);  // the read-write open
   EXPECT_EQ(counter.counts().mapView, 0);       // the read-write mapping
   EXPECT_EQ(counter.counts().extendFile, 0);
-  struct stat after {};
-  ASSERT_EQ(::stat(path.c_str(), &after), 0);
-  EXPECT_EQ(after.st_size, before.st_size);
-  EXPECT_EQ(after.st_mtim.tv_sec, before.st_mtim.tv_sec);
-  EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+  EXPECT_EQ(std::filesystem::file_size(path.path()), sizeBefore);
+  EXPECT_EQ(std::filesystem::last_write_time(path.path()), timeBefore);
   EXPECT_EQ(testsupport::readWholeFile(path.path()), bytes);
 }
 
