@@ -197,6 +197,16 @@ TEST_F(WindowsFiles, AFileLargerThan4GiBIsReadAtOffsetsAbove4GiB) {
   EXPECT_EQ(mapping.mappingSize(), size);
   mapping.windowSize = 0x100000;
 
+  // The same small reads as positioned reads (ReadFile with both halves of the offset), then through the views.
+  mapping.seek(at, 0);
+  unsigned char positioned[20] = {};
+  ASSERT_TRUE(mapping.read(positioned, 12));
+  EXPECT_EQ(std::vector<unsigned char>(positioned, positioned + 12), first);
+  mapping.seek(nearEnd, 0);
+  ASSERT_TRUE(mapping.read(positioned, 20));
+  EXPECT_EQ(std::vector<unsigned char>(positioned, positioned + 20), last);
+  Zarn::positionedReadsEnabled = false;  // the views are examined below: every read goes through the mapping
+
   // A read 65,537 bytes past 4 GiB maps from the 64 KiB boundary just below it, with the offset's high half set.
   mapping.seek(at, 0);
   unsigned char bytes[20] = {};
