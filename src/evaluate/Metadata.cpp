@@ -1,6 +1,7 @@
 #include "evaluate/Metadata.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <string>
 
 #include "base/ClearOnExit.h"
@@ -27,7 +28,12 @@ void countsOf(ReadTimeKernel& kernel, std::int32_t section, std::int32_t& first,
 // Nothing when the table's rows are not whole points: such a recovery fails rather than give values.
 void idsOfTable(const TimeKernelKeyInfo* key, std::int32_t rows, std::vector<std::int32_t>& out) {
   if (key == nullptr || rows <= 0 || key->componentCount() <= 0 || rows % key->componentCount() != 0) return;
-  for (std::int32_t p = 0; p < rows; ++p) responseIdsAtPosition(*key, p, out);
+  // A response id is location * 100000000 + code in 32 bits, so no location above 21 exists, and no position
+  // past 22 locations' worth of components has an id. The row count comes from the file (a table of no columns
+  // may claim 2^31 - 1 rows): the walk stops there instead of visiting every row.
+  const std::int64_t locations = INT32_MAX / TimeKernelKeyInfo::kLocationScale + 1;
+  const std::int64_t reachable = std::min<std::int64_t>(rows, locations * key->componentIndex.size());
+  for (std::int64_t p = 0; p < reachable; ++p) responseIdsAtPosition(*key, static_cast<std::int32_t>(p), out);
 }
 
 const TimeKernelKeyInfo* keyOf(const TimeKernelKeySet::KeyMap& map, std::int32_t code) {
