@@ -2,10 +2,9 @@
 // (see FuzzInput.h). Each input goes through both doors:
 //
 // 1. The handle door, first, while the file is as the input wrote it: open, describe, list nodes, elements and
-//    response ids, name the response ids, ask the request and four variants of it (the other entity kind, the
-//    other step mode, the envelope, one mode alone), close. Afterwards the file must hold exactly the input's
-//    bytes, since a handle reads read-only.
-// 2. The designed door: the element listing, the request and one of its variants.
+//    response ids, name response ids, ask the request, close. Afterwards the file must hold exactly the input's
+//    bytes, since a handle reads read-only. A NULL handle must be refused.
+// 2. The designed door: the element listing and the request.
 //
 // What must hold after every call: the result is 0 or -1 (a name's length for the name function); nothing is
 // written outside the caller's arrays (guard values around them are checked); after -1 the result array is all
@@ -29,7 +28,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -182,23 +180,20 @@ std::size_t lengthFor(const Ask& ask, std::int64_t steps, std::int64_t change) {
   return static_cast<std::size_t>(std::clamp<std::int64_t>(needed, 0, kMaxResultDoubles));
 }
 
-// The request of the input's last bytes, and four variants of it that reach the other flows.
-//   variant 1: the other entity kind (flag 1 flipped), its IDs picked from the other directory;
-//   variant 2: the other step mode (all steps <-> one step), flags 2 and 8 flipped as byte 15 says;
-//   variant 3: the envelope, with the same flip;
-//   variant 4: one mode alone, the mode from byte 15 when the request's own is below 1, with the same flip.
-// Only the request itself takes the length change of byte 14; the variants get the length they need.
-std::vector<Ask> asksOf(const std::uint8_t* request, const FileBytes& file) {
+// What one input asks: the request of its last bytes (flags, step, mode, IDs, response ids, length: every kind of
+// request either door takes), and a node and an element whose response ids are listed.
+struct Plan {
+  Ask request;
+  std::int32_t nodeId = 0;
+  std::int32_t elementId = 0;
+};
+
+Plan planOf(const std::uint8_t* request, const FileBytes& file) {
   const std::int32_t flags = request[0] & 31;
-  const std::int32_t stepNumber = static_cast<std::int8_t>(request[1]);
-  const std::int32_t modeNumber = static_cast<std::int8_t>(request[2]);
   const std::int32_t idCount = 1 + (request[3] & 3);
-  const std::uint8_t extra = request[15];
-  const std::int32_t twist = extra & (TIMEKERNEL_ROTATE | TIMEKERNEL_BASE_MOTION);
   const std::int64_t steps = file.steps();
   // With no directory to pick from, bytes 4..7 are the ID itself.
   const std::int32_t rawId = FileBytes(request, fuzzinput::kRequestBytes).i32(4);
-
   auto idsFor = [&](std::int32_t askFlags) {
     const std::vector<std::int32_t> pool = file.directoryIds((askFlags & 1) ? 3 : 2, kListCapacity);
     std::vector<std::int32_t> ids;
@@ -208,31 +203,20 @@ std::vector<Ask> asksOf(const std::uint8_t* request, const FileBytes& file) {
     return ids;
   };
   const std::vector<std::int32_t>& codes = vocabulary();
-  std::vector<std::int32_t> keys;
-  for (std::int32_t k = 0; k < request[8] % 5; ++k) {
-    keys.push_back(codes[request[9 + k] % codes.size()] + (request[13] % 3) * 100000000);
-  }
 
-  std::vector<Ask> asks(5);
-  asks[0].flags = flags;
-  asks[0].stepNumber = stepNumber;
-  asks[0].modeNumber = modeNumber;
-  asks[1] = asks[0];
-  asks[1].flags = flags ^ TIMEKERNEL_ELEMENT_RESULTS;
-  asks[2] = asks[0];
-  asks[2].flags = flags ^ twist;
-  asks[2].stepNumber = stepNumber <= 0 ? 1 + (extra >> 4) % static_cast<std::int32_t>(std::clamp<std::int64_t>(steps, 1, 16)) : 0;
-  asks[3] = asks[0];
-  asks[3].flags = (flags ^ twist) | TIMEKERNEL_ENVELOPE;
-  asks[4] = asks[0];
-  asks[4].flags = (flags ^ twist) | TIMEKERNEL_SINGLE_MODE;
-  asks[4].modeNumber = modeNumber >= 1 ? modeNumber : 1 + ((extra >> 4) & 3);
-  for (std::size_t a = 0; a < asks.size(); ++a) {
-    asks[a].ids = idsFor(asks[a].flags);
-    asks[a].keys = keys;
-    asks[a].length = lengthFor(asks[a], steps, a == 0 ? static_cast<std::int8_t>(request[14]) % 4 : 0);
+  Plan plan;
+  Ask& r = plan.request;
+  r.flags = flags;
+  r.stepNumber = static_cast<std::int8_t>(request[1]);
+  r.modeNumber = static_cast<std::int8_t>(request[2]);
+  r.ids = idsFor(flags);
+  for (std::int32_t k = 0; k < request[8] % 5; ++k) {
+    r.keys.push_back(codes[request[9 + k] % codes.size()] + (request[13] % 3) * 100000000);
   }
-  return asks;
+  r.length = lengthFor(r, steps, static_cast<std::int8_t>(request[14]) % 4);
+  plan.nodeId = idsFor(0).front();
+  plan.elementId = idsFor(TIMEKERNEL_ELEMENT_RESULTS).front();
+  return plan;
 }
 
 void checkGuards(const std::vector<double>& buffer, std::size_t length) {
@@ -288,16 +272,18 @@ std::int64_t sizeOnDisk(const std::string& path) {
 }
 
 bool holdsExactly(const std::string& path, const std::uint8_t* data, std::size_t size) {
+  if (sizeOnDisk(path) != static_cast<std::int64_t>(size)) return false;
   std::ifstream in(path, std::ios::binary);
-  const std::vector<char> content((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  return content.size() == size && (size == 0 || std::memcmp(content.data(), data, size) == 0);
+  std::vector<char> content(size);
+  in.read(content.data(), static_cast<std::streamsize>(size));
+  return in.gcount() == static_cast<std::streamsize>(size) && (size == 0 || std::memcmp(content.data(), data, size) == 0);
 }
 
 // A list with the size-query protocol: capacity 0 and NULL give the total; a capacity of kListCapacity, with
 // guards around the arrays, gives the same total and min(total, capacity) entries. Returns the entries (empty
 // after -1). `call(ids, second, count)` fills `second` too when the list has a second array (type codes).
 template <class Call>
-std::vector<std::int32_t> listed(Call call, std::vector<std::int32_t>* second = nullptr) {
+std::vector<std::int32_t> listed(Call call, std::vector<std::int32_t>* second = nullptr, std::int32_t* listTotal = nullptr) {
   std::int32_t total = 0;
   std::int32_t rc = call(nullptr, nullptr, &total);
   checkResult(rc);
@@ -320,6 +306,7 @@ std::vector<std::int32_t> listed(Call call, std::vector<std::int32_t>* second = 
     return {};
   }
   if (count != total) failure("a list's total depends on the capacity");
+  if (listTotal) *listTotal = total;
   const std::int32_t written = std::min(total, kListCapacity);
   if (second) second->assign(codes.begin() + 1, codes.begin() + 1 + written);
   return std::vector<std::int32_t>(ids.begin() + 1, ids.begin() + 1 + written);
@@ -390,11 +377,11 @@ void checkName(std::int32_t typeCode, std::int32_t key) {
 struct HandleFindings {
   bool opened = false;
   std::vector<std::int32_t> elementIds;  // the element listing without type codes
-  std::int32_t elementTotal = -1;
-  std::vector<Answer> answers;  // one per ask
+  std::int32_t elementTotal = -1;        // -1 when the listing failed
+  Answer request;                        // the answer to the plan's request
 };
 
-HandleFindings exerciseHandle(const std::string& path, const FileBytes& file, const std::vector<Ask>& asks) {
+HandleFindings exerciseHandle(const std::string& path, const FileBytes& file, const Plan& plan) {
   HandleFindings found;
   TimeKernelFile* handle = reinterpret_cast<TimeKernelFile*>(&found);  // must become NULL on failure
   const std::int32_t opened = TimeKernelOpen(path.c_str(), &handle);
@@ -425,18 +412,17 @@ HandleFindings exerciseHandle(const std::string& path, const FileBytes& file, co
         return TimeKernelElements(handle, ids, codes, count);
       },
       &typeCodes);
-  std::int32_t total = 0;
-  found.elementTotal = TimeKernelElements(handle, nullptr, nullptr, &total) == 0 ? total : -1;
-  found.elementIds = listed([&](std::int32_t* ids, std::int32_t*, std::int32_t* count) {
-    return TimeKernelElements(handle, ids, nullptr, count);
-  });
+  found.elementIds = listed(
+      [&](std::int32_t* ids, std::int32_t*, std::int32_t* count) {
+        return TimeKernelElements(handle, ids, nullptr, count);
+      },
+      nullptr, &found.elementTotal);
   if (found.elementIds != elements) failure("the element IDs depend on asking for type codes");
   checkIds(elements, file.directoryIds(3, kListCapacity), "the element IDs differ from the directory's");
 
-  // The response ids of the request's first node and first element, ascending, and their names.
-  for (const Ask* ask : {&asks[0], &asks[1]}) {
-    const std::int32_t flags = ask->flags & TIMEKERNEL_ELEMENT_RESULTS;
-    const std::int32_t id = ask->ids.front();
+  // The response ids of a node and an element, ascending, and their names and those of the request's.
+  for (const std::int32_t flags : {0, TIMEKERNEL_ELEMENT_RESULTS}) {
+    const std::int32_t id = flags != 0 ? plan.elementId : plan.nodeId;
     const std::vector<std::int32_t> keys = listed([&](std::int32_t* out, std::int32_t*, std::int32_t* count) {
       return TimeKernelResponseIDs(handle, flags, id, out, count);
     });
@@ -450,10 +436,10 @@ HandleFindings exerciseHandle(const std::string& path, const FileBytes& file, co
       typeCode = at == elements.end() ? 0 : typeCodes[static_cast<std::size_t>(at - elements.begin())];
     }
     for (std::size_t k = 0; k < keys.size() && k < 4; ++k) checkName(typeCode, keys[k]);
-    for (std::int32_t key : ask->keys) checkName(typeCode, key);
+    for (std::int32_t key : plan.request.keys) checkName(typeCode, key);
   }
 
-  for (const Ask& ask : asks) found.answers.push_back(handleAnswer(handle, ask));
+  found.request = handleAnswer(handle, plan.request);
   TimeKernelClose(handle);
   checkLastError(0);
   return found;
@@ -497,15 +483,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   const FileBytes file(data, fileSize);
-  const std::vector<Ask> asks = asksOf(request, file);
+  const Plan plan = planOf(request, file);
 
-  // A NULL handle is refused by every handle function, and the array is zero afterwards.
-  Answer refused = handleAnswer(nullptr, asks[0]);
+  // A NULL handle is refused, and the array is zero afterwards.
+  const Answer refused = handleAnswer(nullptr, plan.request);
   if (refused.rc != -1) failure("a query on a NULL handle did not fail");
   TimeKernelClose(nullptr);
 
   // The handle door first, while the file is as the input wrote it; it must leave the file so.
-  const HandleFindings handle = exerciseHandle(path, file, asks);
+  const HandleFindings handle = exerciseHandle(path, file, plan);
   if (!holdsExactly(path, data, fileSize)) failure("the handle door changed the file");
 
   // The designed door. `unchanged` stays true while every designed call so far left the file's size as it was.
@@ -534,13 +520,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
   }
 
-  // The request, and one variant chosen by byte 3's unused bits.
-  const std::size_t variant = 1 + (request[3] >> 2) % 4;
-  for (std::size_t a : {std::size_t{0}, variant}) {
-    const Answer designed = designedAnswer(path, asks[a]);
-    if (stillUnchanged() && handle.opened) {
-      checkSameAnswer(designed, handle.answers[a], "the two doors answer the same request differently");
-    }
+  const Answer designedRequest = designedAnswer(path, plan.request);
+  if (stillUnchanged() && handle.opened) {
+    checkSameAnswer(designedRequest, handle.request, "the two doors answer the request differently");
   }
 
   // The file was lengthened: a handle on it as it is now, and the designed door again on the same file.
@@ -552,11 +534,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     checkLastError(opened);
     Answer fromHandle;
     if (opened == 0) {
-      fromHandle = handleAnswer(later, asks[0]);
+      fromHandle = handleAnswer(later, plan.request);
       TimeKernelClose(later);
     }
     if (sizeOnDisk(path) != lengthened) failure("a handle changed the size of a lengthened file");
-    const Answer designed = designedAnswer(path, asks[0]);
+    const Answer designed = designedAnswer(path, plan.request);
     if (opened == 0 && sizeOnDisk(path) == lengthened) {
       checkSameAnswer(designed, fromHandle, "the two doors answer differently on a lengthened file");
     }

@@ -96,11 +96,21 @@ std::vector<std::int32_t> listResponseIds(Request& request, bool element, std::i
     TimeKernelNode& node = *request.nodePrototype;
     ClearOnExit<TimeKernelNode> clearNode(node);
     readNode(kernel, node);
+    // Each component once: a record may carry a component on many of its degrees of freedom (a short file's
+    // record read past the end carries component 0 on every one).
+    std::vector<std::int32_t> components;
     for (std::int32_t k = 0; k < node.dofCodes.size; ++k) {
       const std::int64_t component = static_cast<std::int64_t>(node.dofCodes[k]) + 999;
       if (node.dofCodes[k] == TimeKernelNode::kNoComponent || component < 0 || component > INT32_MAX) continue;
+      if (components.empty() || components.back() != component) {
+        components.push_back(static_cast<std::int32_t>(component));
+      }
+    }
+    std::sort(components.begin(), components.end());
+    components.erase(std::unique(components.begin(), components.end()), components.end());
+    for (const std::int32_t component : components) {
       for (const auto& key : request.keySet.nodeKeys) {
-        if (key) responseIdsAtPosition(*key, static_cast<std::int32_t>(component), out);
+        if (key) responseIdsAtPosition(*key, component, out);
       }
     }
   } else {
