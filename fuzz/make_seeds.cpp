@@ -1,7 +1,8 @@
 // Writes the fuzz target's seed corpus with the kernel-file writer: well-formed files of every element type,
-// with mode shapes and modal coordinates, base motion, twins absent and empty sections, each followed by a few
-// request tails (see FuzzInput.h). Usage: make_seeds <directory>
+// with mode shapes and modal coordinates, base motion, twins absent and empty sections, files cut short, and an
+// element table that claims 2^31 - 2 rows, each followed by a few request tails (see FuzzInput.h). Usage: make_seeds <directory>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -139,6 +140,24 @@ int main(int argc, char** argv) {
   addElements(empty);
   save(dir, "empty-velocity", empty.bytes(), nodal);
   save(dir, "empty-velocity-element", empty.bytes(), element);
+
+  // Short files: the full file cut inside the node records and inside the element records, so that reads pass
+  // the end (the designed door lengthens the file there, a handle reads zeros without touching it).
+  for (const double share : {0.45, 0.8}) {
+    const std::vector<uint8_t> cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(share * bytes.size()));
+    const std::string name = "short-" + std::to_string(static_cast<int>(share * 100));
+    save(dir, name, cut, nodal);
+    save(dir, name + "-element", cut, element);
+  }
+
+  // A bar whose force table has no columns but claims 2^31 - 2 rows (a whole number of 6-component points).
+  KernelFile hugeRows;
+  addResponseSections(hugeRows, false, false);
+  addNodes(hugeRows);
+  ElementRecord bar = ElementRecord::make(583, {0, 1, 2, 6, 7, 8});
+  bar.forceRecovery = Table::matrix(2147483646u, 0, {});
+  hugeRows.addElement(100, bar);
+  save(dir, "huge-rows", hugeRows.bytes(), element);
   std::printf("seed corpus written to %s\n", dir.c_str());
   return 0;
 }

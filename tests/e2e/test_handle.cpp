@@ -2,6 +2,7 @@
 // comparison with the designed door, bit for bit, on random files and requests of every flag.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -369,6 +370,52 @@ TEST_F(HandleTest, ResponseIdsComeFromTheRecordAndTheKeys) {
   EXPECT_STREQ(TimeKernelLastError(), "node 99 is not in the file");
   EXPECT_EQ(TimeKernelResponseIDs(file, 1, 99, nullptr, &count), -1);
   EXPECT_STREQ(TimeKernelLastError(), "element 99 is not in the file");
+  TimeKernelClose(file);
+}
+
+// A recovery table of no columns may claim 2^31 - 2 rows (a whole number of a bar's 6 force components) without
+// holding a byte of them. Its response ids end at location 20 (the last a 32-bit response id names for every
+// code), and the listing returns at once instead of visiting every claimed row.
+TEST_F(HandleTest, ResponseIdsOfATableClaimingHugeRowsEndAtTheLastLocation) {
+  KernelFile f = smallFile();
+  ElementRecord bar = ElementRecord::make(583, {0, 1});
+  bar.forceRecovery = Table::matrix(2147483646u, 0, {});
+  f.addElement(61, bar);
+  TempFile path("hugerows");
+  f.write(path.path());
+  TimeKernelFile* file = openOrFail(path.path());
+
+  std::vector<std::int32_t> expected;
+  for (std::int32_t location = 1; location <= 20; ++location) {
+    for (std::int32_t code : {140402, 140403, 140404, 140406, 140407, 140408}) {
+      expected.push_back(location * 100000000 + code);
+    }
+  }
+  // A walk over every claimed row takes about a minute even in an optimised build; the bounded one, milliseconds.
+  // The limit leaves room for a loaded machine and the sanitizer build.
+  const auto start = std::chrono::steady_clock::now();
+  std::int32_t count = 0;
+  ASSERT_EQ(TimeKernelResponseIDs(file, 1, 61, nullptr, &count), 0) << TimeKernelLastError();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  ASSERT_EQ(count, static_cast<std::int32_t>(expected.size()));
+  std::vector<std::int32_t> keys(static_cast<std::size_t>(count));
+  ASSERT_EQ(TimeKernelResponseIDs(file, 1, 61, keys.data(), &count), 0);
+  EXPECT_EQ(keys, expected);
+  TimeKernelClose(file);
+}
+
+// A node record whose components repeat gives each response id once, ascending.
+TEST_F(HandleTest, ResponseIdsOfRepeatedComponentsAreListedOnce) {
+  KernelFile f = smallFile();
+  f.addNode(9, NodeRecord::make({0, 1, 2, 3}, {-997, -999, -997, -999}));  // z, x, z, x translation
+  TempFile path("repeated");
+  f.write(path.path());
+  TimeKernelFile* file = openOrFail(path.path());
+  std::vector<std::int32_t> keys(16, 0);
+  std::int32_t count = 16;
+  ASSERT_EQ(TimeKernelResponseIDs(file, 0, 9, keys.data(), &count), 0) << TimeKernelLastError();
+  keys.resize(static_cast<std::size_t>(count));
+  EXPECT_EQ(keys, (std::vector<std::int32_t>{102, 104, 202, 204, 302, 304}));
   TimeKernelClose(file);
 }
 
