@@ -14,6 +14,7 @@
 // copied histories first, then zeros into exactly the cells that no history reached. The general path zeroes its
 // block just before filling it, while the block is about to be in cache anyway.
 #include <algorithm>
+#include <cstdlib>
 #include <vector>
 
 #include "evaluate/Flags.h"
@@ -63,7 +64,7 @@ struct HistoryInputs {
 
 // Steps copied per tile: the block rows of one tile (keyCount x kTileSteps doubles) stay in the first-level cache
 // while every selected component of the quantity writes into them.
-constexpr std::int32_t kTileSteps = 256;
+static std::int32_t kTileSteps = std::getenv("TK_TILE") ? std::atoi(std::getenv("TK_TILE")) : 256;
 
 // One selected component on the fast path: where its history comes from and where it goes.
 struct Lane {
@@ -133,7 +134,7 @@ void copyLanes(const std::vector<Lane>& lanes, std::int32_t columns, Matrix& blo
 
 // The fast path for one quantity: each selected component straight from the view into its block row.
 void copyHistoryDirect(ReadTimeKernel& kernel, std::int32_t quantity, const TimeKernelNode& node,
-                       const TimeKernelKeyInfo& key, const IdMap& componentMap, const InitialColumn& initial,
+                       const TimeKernelKeyInfo& key, const ComponentIndex& components, const InitialColumn& initial,
                        std::vector<Lane>& lanes, std::vector<std::int32_t>& filled, Matrix& block) {
   std::int32_t steps = 0, dofs = 0;
   kernel.readSectionHeader(kFirstHistorySection + quantity, steps, dofs);
@@ -145,11 +146,11 @@ void copyHistoryDirect(ReadTimeKernel& kernel, std::int32_t quantity, const Time
   lanes.clear();
   std::int32_t first = INT32_MAX, last = -1;
   for (const IdMap::Entry& selected : key.selection) {
-    const IdMap::Entry* component = componentMap.find(selected.key);
-    if (component == nullptr) continue;
+    const std::int32_t k = components.find(selected.key);
+    if (k < 0) continue;
     const std::int32_t row = selected.value;
     if (row < 0 || row >= block.rows) continue;
-    const std::int32_t d = node.dofRows[component->value];
+    const std::int32_t d = node.dofRows[k];
     TK_CHECK(d >= 0 && d < dofs);  // a row the section does not hold
     const bool subtract = !initial.empty();
     lanes.push_back(Lane{row, d, subtract ? initial.at(kernel, d) : 0.0, subtract, nullptr});
@@ -193,7 +194,7 @@ bool readQuantityHistory(ReadTimeKernel& kernel, std::int32_t quantity, const In
 // The general path for one quantity: the node's rows in a work matrix, base motion added, initial state taken
 // off, then the selected components picked (rotated first under flag 2).
 void assembleQuantityHistory(ReadTimeKernel& kernel, std::int32_t quantity, const TimeKernelNode& node,
-                             const HistoryInputs& in, const TimeKernelKeyInfo& key, const IdMap& componentMap,
+                             const HistoryInputs& in, const TimeKernelKeyInfo& key, const ComponentIndex& components,
                              Matrix& work, Matrix& block) {
   work.resize(node.dofRows.size, kernel.stepCount);
   work.setZero();
@@ -211,7 +212,7 @@ void assembleQuantityHistory(ReadTimeKernel& kernel, std::int32_t quantity, cons
       for (std::int32_t t = 0; t < work.cols; ++t) work.at(k, t) -= v;
     }
   }
-  writeKeys(node, in.flags, key, componentMap, work, block);
+  writeKeys(node, in.flags, key, components, work, block);
 }
 
 // Zeroes every cell of the block that the fast path did not write: rows no history reached, and the steps past
@@ -223,10 +224,10 @@ void zeroUnfilled(const std::vector<std::int32_t>& filled, Matrix& block) {
 }
 
 void assembleNodeHistory(Request& request, const TimeKernelNode& node, const HistoryInputs& in,
-                         IdMap& componentMap, Matrix& work, std::vector<Lane>& lanes,
+                         ComponentIndex& components, Matrix& work, std::vector<Lane>& lanes,
                          std::vector<std::int32_t>& filled, Matrix& block) {
   ReadTimeKernel& kernel = request.kernel;
-  buildComponentMap(node, componentMap);
+  components.build(node);
   const bool direct = kernel.selectedMode < 0 && in.baseMotion.empty() &&
                       !(flags::has(in.flags, flags::kRotate) && node.transform.present());
   if (direct) {
@@ -238,9 +239,9 @@ void assembleNodeHistory(Request& request, const TimeKernelNode& node, const His
     const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[quantity];
     if (!key || key->selection.empty()) continue;
     if (direct) {
-      copyHistoryDirect(kernel, quantity, node, *key, componentMap, in.initial[quantity], lanes, filled, block);
+      copyHistoryDirect(kernel, quantity, node, *key, components, in.initial[quantity], lanes, filled, block);
     } else {
-      assembleQuantityHistory(kernel, quantity, node, in, *key, componentMap, work, block);
+      assembleQuantityHistory(kernel, quantity, node, in, *key, components, work, block);
     }
   }
   if (direct) zeroUnfilled(filled, block);
@@ -257,7 +258,7 @@ void evaluateNodalHistory(Request& request, std::int32_t flagWord, std::int32_t 
   TK_CHECK(static_cast<bool>(request.nodePrototype));
   TimeKernelNode& node = *request.nodePrototype;
   const HistoryInputs in{flagWord, baseMotion, initial};
-  IdMap componentMap;
+  ComponentIndex components;
   Matrix work;
   std::vector<Lane> lanes;
   std::vector<std::int32_t> filled(static_cast<std::size_t>(std::max(keyCount, 0)));
@@ -275,7 +276,7 @@ void evaluateNodalHistory(Request& request, std::int32_t flagWord, std::int32_t 
     Matrix block = Matrix::view(keyCount, kernel.stepCount, column, keyCount);
     ClearOnExit<TimeKernelNode> clearNode(node);
     readNode(kernel, node);
-    assembleNodeHistory(request, node, in, componentMap, work, lanes, filled, block);
+    assembleNodeHistory(request, node, in, components, work, lanes, filled, block);
   }
 }
 
