@@ -14,7 +14,6 @@
 // copied histories first, then zeros into exactly the cells that no history reached. The general path zeroes its
 // block just before filling it, while the block is about to be in cache anyway.
 #include <algorithm>
-#include <cstdlib>
 #include <vector>
 
 #include "evaluate/Flags.h"
@@ -64,7 +63,7 @@ struct HistoryInputs {
 
 // Steps copied per tile: the block rows of one tile (keyCount x kTileSteps doubles) stay in the first-level cache
 // while every selected component of the quantity writes into them.
-static std::int32_t kTileSteps = std::getenv("TK_TILE") ? std::atoi(std::getenv("TK_TILE")) : 256;
+constexpr std::int32_t kTileSteps = 256;
 
 // One selected component on the fast path: where its history comes from and where it goes.
 struct Lane {
