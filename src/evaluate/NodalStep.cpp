@@ -122,7 +122,7 @@ void evaluateNodalStep(Request& request, std::int32_t flagWord, std::int32_t ste
 namespace {
 
 // Steps formed together by the envelope's fast path.
-constexpr std::int32_t kEnvelopeTileSteps = 1024;
+constexpr std::int32_t kEnvelopeTileSteps = 4096;
 
 // The running extremes of one envelope item: its value at step 0 and the largest and smallest so far.
 struct Extremes {
