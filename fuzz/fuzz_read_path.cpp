@@ -51,8 +51,8 @@ struct ScratchFile {
     // The system's temporary folder: TMPDIR or /tmp on POSIX, TMP or TEMP on Windows.
     std::error_code error;
     const std::filesystem::path dir = std::filesystem::temp_directory_path(error);
-    path = (error ? std::filesystem::path(".") : dir).string() + "/timekernel-fuzz-" + std::to_string(::getpid()) +
-           ".kernel";
+    path = (error ? std::filesystem::path(".") : dir).string() + "/timekernel-fuzz-" +
+           std::to_string(::getpid()) + ".kernel";
   }
   ~ScratchFile() { std::remove(path.c_str()); }
   std::string path;
@@ -89,9 +89,9 @@ class FileBytes {
   }
   std::uint8_t at(std::uint64_t position) const { return position < size_ ? data_[position] : 0; }
   std::int32_t i32(std::uint64_t p) const {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(at(p)) | static_cast<std::uint32_t>(at(p + 1)) << 8 |
-                                     static_cast<std::uint32_t>(at(p + 2)) << 16 |
-                                     static_cast<std::uint32_t>(at(p + 3)) << 24);
+    return static_cast<std::int32_t>(
+        static_cast<std::uint32_t>(at(p)) | static_cast<std::uint32_t>(at(p + 1)) << 8 |
+        static_cast<std::uint32_t>(at(p + 2)) << 16 | static_cast<std::uint32_t>(at(p + 3)) << 24);
   }
   std::int64_t i64(std::uint64_t p) const {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(static_cast<std::uint32_t>(i32(p))) |
@@ -180,8 +180,8 @@ std::size_t lengthFor(const Ask& ask, std::int64_t steps, std::int64_t change) {
   return static_cast<std::size_t>(std::clamp<std::int64_t>(needed, 0, kMaxResultDoubles));
 }
 
-// What one input asks: the request of its last bytes (flags, step, mode, IDs, response ids, length: every kind of
-// request either door takes), and a node and an element whose response ids are listed.
+// What one input asks: the request of its last bytes (flags, step, mode, IDs, response ids, length: every kind
+// of request either door takes), and a node and an element whose response ids are listed.
 struct Plan {
   Ask request;
   std::int32_t nodeId = 0;
@@ -221,7 +221,8 @@ Plan planOf(const std::uint8_t* request, const FileBytes& file) {
 
 void checkGuards(const std::vector<double>& buffer, std::size_t length) {
   for (std::size_t i = 0; i < kGuardCount; ++i) {
-    if (buffer[i] != kGuard || buffer[kGuardCount + length + i] != kGuard) failure("write outside the caller's array");
+    if (buffer[i] != kGuard || buffer[kGuardCount + length + i] != kGuard)
+      failure("write outside the caller's array");
   }
 }
 
@@ -243,7 +244,8 @@ Answer answer(const Ask& ask, Call call) {
   a.buffer.assign(ask.length + 2 * kGuardCount, kGuard);
   a.rc = call(ask.flags, ask.ids.data(), static_cast<std::int32_t>(ask.ids.size()),
               ask.keys.empty() ? nullptr : ask.keys.data(), static_cast<std::int32_t>(ask.keys.size()),
-              ask.modeNumber, ask.stepNumber, a.buffer.data() + kGuardCount, static_cast<std::int32_t>(ask.length));
+              ask.modeNumber, ask.stepNumber, a.buffer.data() + kGuardCount,
+              static_cast<std::int32_t>(ask.length));
   checkAnswer(a, ask.length);
   return a;
 }
@@ -276,14 +278,16 @@ bool holdsExactly(const std::string& path, const std::uint8_t* data, std::size_t
   std::ifstream in(path, std::ios::binary);
   std::vector<char> content(size);
   in.read(content.data(), static_cast<std::streamsize>(size));
-  return in.gcount() == static_cast<std::streamsize>(size) && (size == 0 || std::memcmp(content.data(), data, size) == 0);
+  return in.gcount() == static_cast<std::streamsize>(size) &&
+         (size == 0 || std::memcmp(content.data(), data, size) == 0);
 }
 
 // A list with the size-query protocol: capacity 0 and NULL give the total; a capacity of kListCapacity, with
 // guards around the arrays, gives the same total and min(total, capacity) entries. Returns the entries (empty
 // after -1). `call(ids, second, count)` fills `second` too when the list has a second array (type codes).
 template <class Call>
-std::vector<std::int32_t> listed(Call call, std::vector<std::int32_t>* second = nullptr, std::int32_t* listTotal = nullptr) {
+std::vector<std::int32_t> listed(Call call, std::vector<std::int32_t>* second = nullptr,
+                                 std::int32_t* listTotal = nullptr) {
   std::int32_t total = 0;
   std::int32_t rc = call(nullptr, nullptr, &total);
   checkResult(rc);
@@ -298,7 +302,8 @@ std::vector<std::int32_t> listed(Call call, std::vector<std::int32_t>* second = 
   rc = call(ids.data() + 1, second ? codes.data() + 1 : nullptr, &count);
   checkResult(rc);
   checkLastError(rc);
-  if (ids.front() != kGuardId || ids.back() != kGuardId || codes.front() != kGuardId || codes.back() != kGuardId) {
+  if (ids.front() != kGuardId || ids.back() != kGuardId || codes.front() != kGuardId ||
+      codes.back() != kGuardId) {
     failure("a list wrote outside the caller's array");
   }
   if (rc != 0) {
@@ -313,7 +318,8 @@ std::vector<std::int32_t> listed(Call call, std::vector<std::int32_t>* second = 
 }
 
 // The IDs a list gave agree with those the directory holds inside the file (those past the end read as zeros).
-void checkIds(const std::vector<std::int32_t>& listedIds, const std::vector<std::int32_t>& fileIds, const char* what) {
+void checkIds(const std::vector<std::int32_t>& listedIds, const std::vector<std::int32_t>& fileIds,
+              const char* what) {
   for (std::size_t i = 0; i < listedIds.size() && i < fileIds.size(); ++i) {
     if (listedIds[i] != fileIds[i]) failure(what);
   }
@@ -339,7 +345,10 @@ void checkDescription(const TimeKernelDescription& d, const FileBytes& file) {
   if (file.counts(3, &first, &second) && d.elementCount != first) failure("the description's element count");
   for (int s : {0, 2, 3, 4}) {
     if (file.sectionPosition(s) < 0) {
-      const std::int32_t count = s == 0 ? d.modeCount : s == 2 ? d.nodeCount : s == 3 ? d.elementCount : d.loadCount;
+      const std::int32_t count = s == 0   ? d.modeCount
+                                 : s == 2 ? d.nodeCount
+                                 : s == 3 ? d.elementCount
+                                          : d.loadCount;
       if (count != 0) failure("an absent section does not count 0");
     }
   }
@@ -403,20 +412,19 @@ HandleFindings exerciseHandle(const std::string& path, const FileBytes& file, co
   checkLastError(described);
   if (described == 0) checkDescription(description, file);
 
-  const std::vector<std::int32_t> nodes =
-      listed([&](std::int32_t* ids, std::int32_t*, std::int32_t* count) { return TimeKernelNodeIDs(handle, ids, count); });
+  const std::vector<std::int32_t> nodes = listed([&](std::int32_t* ids, std::int32_t*, std::int32_t* count) {
+    return TimeKernelNodeIDs(handle, ids, count);
+  });
   checkIds(nodes, file.directoryIds(2, kListCapacity), "the node IDs differ from the directory's");
   std::vector<std::int32_t> typeCodes;
-  const std::vector<std::int32_t> elements = listed(
-      [&](std::int32_t* ids, std::int32_t* codes, std::int32_t* count) {
-        return TimeKernelElements(handle, ids, codes, count);
-      },
-      &typeCodes);
-  found.elementIds = listed(
-      [&](std::int32_t* ids, std::int32_t*, std::int32_t* count) {
-        return TimeKernelElements(handle, ids, nullptr, count);
-      },
-      nullptr, &found.elementTotal);
+  const std::vector<std::int32_t> elements =
+      listed([&](std::int32_t* ids, std::int32_t* codes,
+                 std::int32_t* count) { return TimeKernelElements(handle, ids, codes, count); },
+             &typeCodes);
+  found.elementIds =
+      listed([&](std::int32_t* ids, std::int32_t*,
+                 std::int32_t* count) { return TimeKernelElements(handle, ids, nullptr, count); },
+             nullptr, &found.elementTotal);
   if (found.elementIds != elements) failure("the element IDs depend on asking for type codes");
   checkIds(elements, file.directoryIds(3, kListCapacity), "the element IDs differ from the directory's");
 
@@ -512,9 +520,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   rc = TimeKernelElementID(path.c_str(), elementIds.data() + 1, &capacity);
   checkResult(rc);
   checkLastError(rc);
-  if (elementIds.front() != kGuardId || elementIds.back() != kGuardId) failure("write outside the caller's array");
+  if (elementIds.front() != kGuardId || elementIds.back() != kGuardId)
+    failure("write outside the caller's array");
   if (rc == 0) {
-    elementIds.assign(elementIds.begin() + 1, elementIds.begin() + 1 + std::min(std::max(capacity, 0), kListCapacity));
+    elementIds.assign(elementIds.begin() + 1,
+                      elementIds.begin() + 1 + std::min(std::max(capacity, 0), kListCapacity));
     if (stillUnchanged() && handle.opened && elementIds != handle.elementIds) {
       failure("the element IDs of the two doors differ");
     }

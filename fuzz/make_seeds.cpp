@@ -1,6 +1,7 @@
 // Writes the fuzz target's seed corpus with the kernel-file writer: well-formed files of every element type,
 // with mode shapes and modal coordinates, base motion, twins absent and empty sections, files cut short, and an
-// element table that claims 2^31 - 2 rows, each followed by a few request tails (see FuzzInput.h). Usage: make_seeds <directory>
+// element table that claims 2^31 - 2 rows, each followed by a few request tails (see FuzzInput.h).
+// Usage: make_seeds <directory>
 #include <array>
 #include <cstddef>
 #include <cstdint>
