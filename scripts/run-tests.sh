@@ -54,5 +54,5 @@ cmake --build build-tsan -j "$jobs" --target timekernel_tests
 part_done "ThreadSanitizer build and handle tests"
 
 echo "== fuzzing (libFuzzer, address and undefined sanitizers) =="
-FUZZ_SEED=1 FUZZ_RUNS=20000 FUZZ_SECONDS=240 FUZZ_FRESH=1 FUZZ_CORPUS=build-fuzz/test-corpus scripts/run-fuzz.sh
+FUZZ_SEED=1 FUZZ_RUNS=15000 FUZZ_SECONDS=240 FUZZ_FRESH=1 FUZZ_CORPUS=build-fuzz/test-corpus scripts/run-fuzz.sh
 part_done "fuzzing"
