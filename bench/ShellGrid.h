@@ -1,4 +1,5 @@
-// The shell model the element benchmarks share, and the straightforward recovery they check the library against.
+// The shell model the element benchmarks share, and the straightforward recovery they check the library
+// against.
 //
 // A 50 by 40 grid of shells (2,000 elements, IDs 1 to 2,000) on 51 by 41 nodes of six degrees of freedom
 // (12,546 in all; node n has rows 6n to 6n + 5 and ID kFirstNodeId + n). Each shell has 24 degrees of freedom
@@ -69,7 +70,9 @@ inline double displacementValue(std::int64_t step, std::int64_t dof) {
 inline double velocityValue(std::int64_t step, std::int64_t dof) {
   return 2.0e-3 * double(dof % 991) - 1.0e-6 * double(step % 1013);
 }
-inline double loadValue(std::int64_t load, std::int64_t step) { return std::sin(1.0e-3 * double(step) + double(load)); }
+inline double loadValue(std::int64_t load, std::int64_t step) {
+  return std::sin(1.0e-3 * double(step) + double(load));
+}
 // The initial displacement of section 8, which nodal values are taken from.
 inline double initialDisplacement(std::int64_t dof) { return 0.5e-3 * double(dof); }
 
@@ -102,20 +105,24 @@ inline Tables tablesOf(std::int32_t e) {
 
 // What the element requests read: section 4 (load factors), the histories by degree of freedom (sections 21 and
 // 22) and the element records. `bySteps` adds the displacement and velocity by step (sections 15 and 16), which
-// the single-step flow reads; `nodes` adds the initial states (section 8; sections 9 and 10 hold zeros) and a record for every node.
+// the single-step flow reads; `nodes` adds the initial states (section 8; sections 9 and 10 hold zeros) and a
+// record for every node.
 inline kernelwriter::KernelFile shellFile(std::int32_t steps, bool bySteps, bool nodes) {
   kernelwriter::KernelFile f;
   f.setMatrix(21, steps, kModelDofs, displacementValue);
   f.setMatrix(22, steps, kModelDofs, velocityValue);
   if (bySteps) {
-    f.setMatrix(15, kModelDofs, steps, [](std::int64_t dof, std::int64_t step) { return displacementValue(step, dof); });
-    f.setMatrix(16, kModelDofs, steps, [](std::int64_t dof, std::int64_t step) { return velocityValue(step, dof); });
+    f.setMatrix(15, kModelDofs, steps,
+                [](std::int64_t dof, std::int64_t step) { return displacementValue(step, dof); });
+    f.setMatrix(16, kModelDofs, steps,
+                [](std::int64_t dof, std::int64_t step) { return velocityValue(step, dof); });
   }
   f.setMatrix(4, kLoads, steps, [](std::int64_t load, std::int64_t step) { return loadValue(load, step); });
   if (nodes) {
     f.setMatrix(8, kModelDofs, 1, [](std::int64_t dof, std::int64_t) { return initialDisplacement(dof); });
     // The nodal flows read all three initial states, whatever the keys ask for.
-    for (int section = 9; section <= 10; ++section) f.setMatrix(section, kModelDofs, 1, [](std::int64_t, std::int64_t) { return 0.0; });
+    for (int section = 9; section <= 10; ++section)
+      f.setMatrix(section, kModelDofs, 1, [](std::int64_t, std::int64_t) { return 0.0; });
     for (std::int32_t n = 0; n < kNodes; ++n) {
       std::vector<std::uint32_t> rows;
       for (std::int32_t j = 0; j < kDofsPerNode; ++j) rows.push_back(std::uint32_t(n * kDofsPerNode + j));
@@ -185,8 +192,8 @@ inline void constantTerm(std::int32_t rows, const std::vector<double>& f, const 
   dgemv_(&n, &m, &k, &minus, f.data(), &m, reference.data(), &one, &plus, c.data(), &one, 1);
 }
 
-// Y (rows x steps) = c + F U + [V Vdot] - L A over all `steps` columns, with U and Vdot given transposed (steps x
-// 24, one history row per column, as copied out of the histories) and A as section 4 holds it.
+// Y (rows x steps) = c + F U + [V Vdot] - L A over all `steps` columns, with U and Vdot given transposed (steps
+// x 24, one history row per column, as copied out of the histories) and A as section 4 holds it.
 inline void historyTerm(std::int32_t rows, std::int32_t steps, const std::vector<double>& f,
                         const std::vector<double>& offset, const std::vector<double>& reference,
                         const std::vector<double>* v, const std::vector<double>& l, const double* ut,
@@ -202,21 +209,24 @@ inline void historyTerm(std::int32_t rows, std::int32_t steps, const std::vector
 }
 
 // The history baseline: per element, its 24 displacement and velocity rows are copied out of the histories in
-// memory (one memcpy each), then one DGEMM per term over all steps, and the 4 selected rows are copied into `out`
-// in the request's layout (block of element i at out + i * kKeyCount * steps, keys interleaved step by step).
-// `productSeconds` accumulates the time of the products alone.
+// memory (one memcpy each), then one DGEMM per term over all steps, and the 4 selected rows are copied into
+// `out` in the request's layout (block of element i at out + i * kKeyCount * steps, keys interleaved step by
+// step). `productSeconds` accumulates the time of the products alone.
 inline void historyBaseline(const InMemory& data, const std::vector<std::int32_t>& elements, double* out,
                             double& productSeconds) {
   using Clock = std::chrono::steady_clock;
   const std::int32_t steps = data.steps;
   std::vector<double> ut(std::size_t(steps) * kElementDofs), vt(ut.size()), c;
-  std::vector<double> yf(std::size_t(kForceRows) * std::size_t(steps)), ys(std::size_t(kStressRows) * std::size_t(steps));
+  std::vector<double> yf(std::size_t(kForceRows) * std::size_t(steps)),
+      ys(std::size_t(kStressRows) * std::size_t(steps));
   const std::size_t rowBytes = std::size_t(steps) * sizeof(double);
   for (std::size_t i = 0; i < elements.size(); ++i) {
     const Tables& t = data.tables[std::size_t(elements[i])];
     for (std::size_t k = 0; k < t.rows.size(); ++k) {
-      std::memcpy(&ut[k * std::size_t(steps)], &data.displacement[std::size_t(t.rows[k]) * std::size_t(steps)], rowBytes);
-      std::memcpy(&vt[k * std::size_t(steps)], &data.velocity[std::size_t(t.rows[k]) * std::size_t(steps)], rowBytes);
+      std::memcpy(&ut[k * std::size_t(steps)], &data.displacement[std::size_t(t.rows[k]) * std::size_t(steps)],
+                  rowBytes);
+      std::memcpy(&vt[k * std::size_t(steps)], &data.velocity[std::size_t(t.rows[k]) * std::size_t(steps)],
+                  rowBytes);
     }
     const Clock::time_point start = Clock::now();
     historyTerm(kForceRows, steps, t.force, t.forceOffset, t.reference, &t.velocity, t.forceLoad, ut.data(),
@@ -248,13 +258,15 @@ inline double plainValue(const Tables& t, bool stress, std::int32_t position, st
     if (!stress) y += t.velocity[std::size_t(k) * rows + std::size_t(position)] * velocityValue(step, dof);
   }
   const std::vector<double>& l = stress ? t.stressLoad : t.forceLoad;
-  for (std::int32_t i = 0; i < kLoads; ++i) y -= l[std::size_t(i) * rows + std::size_t(position)] * loadValue(i, step);
+  for (std::int32_t i = 0; i < kLoads; ++i)
+    y -= l[std::size_t(i) * rows + std::size_t(position)] * loadValue(i, step);
   return y;
 }
 
 // The value of key r (0..3) of element e at `step`, by plainValue.
 inline double plainKeyValue(const Tables& t, std::int32_t r, std::int64_t step) {
-  return r < 2 ? plainValue(t, false, kForcePositions[r], step) : plainValue(t, true, kStressPositions[r - 2], step);
+  return r < 2 ? plainValue(t, false, kForcePositions[r], step)
+               : plainValue(t, true, kStressPositions[r - 2], step);
 }
 
 // |a - b| / (1 + |b|): the difference measure of the element checks.

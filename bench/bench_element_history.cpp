@@ -55,10 +55,10 @@
 #include <string>
 #include <vector>
 
-#include "cycle/OutputRequest.h"
-#include "cycle/TheKernel.h"
 #include "ProcStatus.h"
 #include "ShellGrid.h"
+#include "cycle/OutputRequest.h"
+#include "cycle/TheKernel.h"
 
 namespace {
 
@@ -118,8 +118,7 @@ void BM_ElementHistory(benchmark::State& state) {
     state.SetIterationTime(seconds);
   }
   double worst = 0.0;
-  for (std::size_t k = 0; k < length; ++k)
-    worst = std::max(worst, relativeDifference(result[k], reference[k]));
+  for (std::size_t k = 0; k < length; ++k) worst = std::max(worst, relativeDifference(result[k], reference[k]));
   if (worst > 1e-11) state.SkipWithError("the request and the baseline disagree");
 
   const double flops =
