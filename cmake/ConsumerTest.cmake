@@ -1,12 +1,8 @@
 # Installs the build into a scratch prefix, then configures, builds and runs the consumer project against it.
 # Arguments: BUILD_DIR, SOURCE_DIR (the consumer), WORK_DIR, GENERATOR; for a cross build also TOOLCHAIN (the
 # toolchain file) and EMULATOR (the command that runs its programs).
-file(REMOVE_RECURSE ${WORK_DIR})
-execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/prefix
-                RESULT_VARIABLE rc OUTPUT_QUIET)
-if(NOT rc EQUAL 0)
-  message(FATAL_ERROR "install failed")
-endif()
+include(${CMAKE_CURRENT_LIST_DIR}/PackageTestSupport.cmake)
+install_to_scratch_prefix(${BUILD_DIR} ${WORK_DIR})
 set(cross "")
 if(TOOLCHAIN)
   # The package is looked up where it was installed, not under the toolchain's own root.

@@ -10,6 +10,12 @@ function(run_checked OUT)
   set(${OUT} "${out}" PARENT_SCOPE)
 endfunction()
 
+# Installs the build in BUILD_DIR into WORK_DIR/prefix, WORK_DIR emptied first.
+function(install_to_scratch_prefix BUILD_DIR WORK_DIR)
+  file(REMOVE_RECURSE ${WORK_DIR})
+  run_checked(ignored ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/prefix)
+endfunction()
+
 # Stops the test unless TEXT matches the regular expression PATTERN.
 function(expect_match TEXT PATTERN WHAT)
   if(NOT TEXT MATCHES "${PATTERN}")

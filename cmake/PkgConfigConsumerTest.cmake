@@ -2,8 +2,7 @@
 # and runs it on a kernel file. Arguments: BUILD_DIR, SOURCE (consumer.c), WORK_DIR, CC, KERNEL_FILE, ELEMENTS
 # (the number of elements the consumer must report).
 include(${CMAKE_CURRENT_LIST_DIR}/PackageTestSupport.cmake)
-file(REMOVE_RECURSE ${WORK_DIR})
-run_checked(ignored ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/prefix)
+install_to_scratch_prefix(${BUILD_DIR} ${WORK_DIR})
 file(GLOB_RECURSE pc ${WORK_DIR}/prefix/timekernel.pc)
 list(LENGTH pc found)
 if(NOT found EQUAL 1)

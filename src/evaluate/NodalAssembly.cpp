@@ -7,15 +7,34 @@
 
 namespace Zarn {
 
-void buildComponentMap(const TimeKernelNode& node, IdMap& map) {
-  map.clear();
+ComponentIndex::ComponentIndex() {
+  std::fill(direct_, direct_ + kDirectComponents, -1);
+}
+
+void ComponentIndex::build(const TimeKernelNode& node) {
+  for (std::int32_t i = 0; i < setCount_; ++i) direct_[setEntries_[i]] = -1;
+  setCount_ = 0;
+  if (!others_.empty()) others_.clear();
   for (std::int32_t k = 0; k < node.dofCodes.size; ++k) {
     const std::int64_t code = node.dofCodes[k];
     if (code == TimeKernelNode::kNoComponent) continue;
     const std::int64_t component = code + 999;
     if (component > INT32_MAX) continue;
-    map[static_cast<std::int32_t>(component)] = k;
+    if (component >= 0 && component < kDirectComponents) {
+      std::int32_t& slot = direct_[component];
+      if (slot < 0) setEntries_[setCount_++] = static_cast<std::int32_t>(component);
+      slot = k;
+    } else {
+      others_[static_cast<std::int32_t>(component)] = k;
+    }
   }
+}
+
+std::int32_t ComponentIndex::find(std::int32_t component) const {
+  if (component >= 0 && component < kDirectComponents) return direct_[component];
+  if (others_.empty()) return -1;
+  const IdMap::Entry* entry = others_.find(component);
+  return entry == nullptr ? -1 : entry->value;
 }
 
 void addBaseMotion(const TimeKernelNode& node, const Matrix& motion, Matrix& target) {
@@ -40,14 +59,13 @@ void addBaseMotion(const TimeKernelNode& node, const Matrix& motion, Matrix& tar
 }
 
 void writeKeys(const TimeKernelNode& node, std::int32_t flagWord, const TimeKernelKeyInfo& key,
-               const IdMap& componentMap, Matrix& target, Matrix& block) {
+               const ComponentIndex& components, Matrix& target, Matrix& block) {
   if (target.empty()) return;
   if (flags::has(flagWord, flags::kRotate)) node.rotateTriples(target);
   const std::int32_t columns = std::min(target.cols, block.cols);
   for (const IdMap::Entry& selected : key.selection) {
-    const IdMap::Entry* component = componentMap.find(selected.key);
-    if (component == nullptr) continue;
-    const std::int32_t k = component->value;
+    const std::int32_t k = components.find(selected.key);
+    if (k < 0) continue;
     const std::int32_t row = selected.value;
     if (k >= target.rows || row < 0 || row >= block.rows) continue;
     for (std::int32_t t = 0; t < columns; ++t) block.at(row, t) = target.at(k, t);

@@ -49,8 +49,8 @@ void gather(ReadTimeKernel& kernel, const StepColumn& quantity, const StepColumn
 }
 
 void assembleNodeStep(Request& request, const TimeKernelNode& node, const StepInputs& in, Vector* gathered,
-                      IdMap& componentMap, Matrix& block) {
-  buildComponentMap(node, componentMap);
+                      ComponentIndex& components, Matrix& block) {
+  components.build(node);
   for (std::int32_t quantity = 0; quantity < 3; ++quantity) {
     const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[quantity];
     if (!key || key->selection.empty()) continue;
@@ -63,7 +63,7 @@ void assembleNodeStep(Request& request, const TimeKernelNode& node, const StepIn
       double motion[3] = {*in.baseMotion.at(r0), *in.baseMotion.at(r0 + 1), *in.baseMotion.at(r0 + 2)};
       addBaseMotion(node, Matrix::view(3, 1, motion, 3), work);
     }
-    writeKeys(node, in.flags, *key, componentMap, work, block);
+    writeKeys(node, in.flags, *key, components, work, block);
   }
 }
 
@@ -105,7 +105,7 @@ void evaluateNodalStep(Request& request, std::int32_t flagWord, std::int32_t ste
   TimeKernelNode& node = *request.nodePrototype;
   const StepInputs in{flagWord, baseMotion, state, initial};
   Vector gathered[3];
-  IdMap componentMap;
+  ComponentIndex components;
   for (std::int32_t i = 0; i < ids && i < result.cols; ++i) {
     const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
     if (offset < 0) continue;
@@ -115,14 +115,39 @@ void evaluateNodalStep(Request& request, std::int32_t flagWord, std::int32_t ste
     if (node.dofRows.size == 0) continue;
     Matrix block = Matrix::view(result.rows, 1, result.data + static_cast<std::int64_t>(i) * result.stride,
                                 result.rows);
-    assembleNodeStep(request, node, in, gathered, componentMap, block);
+    assembleNodeStep(request, node, in, gathered, components, block);
   }
 }
 
 namespace {
 
 // Steps formed together by the envelope's fast path.
-constexpr std::int32_t kEnvelopeTileSteps = 256;
+constexpr std::int32_t kEnvelopeTileSteps = 4096;
+
+// The running extremes of one envelope item: its value at step 0 and the largest and smallest so far.
+struct Extremes {
+  double* first;
+  double* high;
+  double* low;
+  // Takes the values of steps [t0, t0 + count) in step order, as the step-by-step envelope compares them.
+  void take(const double* values, std::int32_t t0, std::int32_t count) const {
+    std::int32_t j = 0;
+    if (t0 == 0 && count > 0) {
+      *first = values[0];
+      *high = values[0];
+      *low = values[0];
+      j = 1;
+    }
+    double h = *high, l = *low;
+    for (; j < count; ++j) {
+      const double v = values[j];
+      if (v > h) h = v;
+      if (v < l) l = v;
+    }
+    *high = h;
+    *low = l;
+  }
+};
 
 // The envelope over tiles of steps from the histories by degree of freedom (sections 21 to 23), which hold the
 // numbers of sections 15 to 17 transposed. Each value is formed with the single-step flow's own operations in
@@ -184,9 +209,9 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
   first.assign(static_cast<std::size_t>(n), 0.0);
   high.assign(static_cast<std::size_t>(n), 0.0);
   low.assign(static_cast<std::size_t>(n), 0.0);
-  IdMap componentMap;
+  ComponentIndex components;
   Matrix work, tile;
-  std::vector<double> row;
+  std::vector<double> row, values;
   for (std::int32_t i = 0; i < ids; ++i) {
     const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
     if (offset < 0) continue;
@@ -194,8 +219,42 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
     ClearOnExit<TimeKernelNode> clearNode(node);
     readNode(kernel, node);
     if (node.dofRows.size == 0) continue;
-    buildComponentMap(node, componentMap);
+    components.build(node);
     const std::int32_t dofs = node.dofRows.size;
+    // Reads steps [t0, t0 + width) of row d of quantity q into `into` (zeros where nothing could be read).
+    auto readRow = [&](std::int32_t q, std::int32_t d, std::int32_t t0, std::int32_t width, double* into) {
+      std::fill(into, into + width, 0.0);
+      kernel.seek(history[q] + d * rowBytes + static_cast<std::int64_t>(t0) * 8);
+      kernel.mapping.read(into, static_cast<std::int64_t>(width) * 8);
+    };
+    row.resize(static_cast<std::size_t>(std::min(kEnvelopeTileSteps, steps)));
+    if (!(flags::has(flagWord, flags::kRotate) && node.transform.present())) {
+      // Nothing mixes the node's entries: each selected item is its own row less its initial value, exactly what
+      // writeKeys would pick from the work matrix, so it is formed and compared row by row.
+      for (std::int32_t q = 0; q < 3; ++q) {
+        const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[q];
+        if (!key || key->selection.empty() || size[q] == 0) continue;
+        for (const IdMap::Entry& selected : key->selection) {
+          const std::int32_t k = components.find(selected.key);
+          const std::int32_t r = selected.value;
+          if (k < 0 || k >= dofs || r < 0 || r >= keyCount) continue;
+          const std::int32_t d = node.dofRows[k];
+          const bool subtract = !initial[q].empty();
+          const double x0 = subtract ? initial[q].at(kernel, d) : 0.0;
+          const auto p = static_cast<std::size_t>(r + static_cast<std::int64_t>(keyCount) * i);
+          const Extremes item{&first[p], &high[p], &low[p]};
+          for (std::int32_t t0 = 0; t0 < steps; t0 += kEnvelopeTileSteps) {
+            const std::int32_t width = std::min(kEnvelopeTileSteps, steps - t0);
+            readRow(q, d, t0, width, row.data());
+            if (subtract) {
+              for (std::int32_t j = 0; j < width; ++j) row[static_cast<std::size_t>(j)] -= x0;
+            }
+            item.take(row.data(), t0, width);
+          }
+        }
+      }
+      continue;
+    }
     for (std::int32_t t0 = 0; t0 < steps; t0 += kEnvelopeTileSteps) {
       const std::int32_t width = std::min(kEnvelopeTileSteps, steps - t0);
       tile.resize(keyCount, width);
@@ -204,33 +263,22 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
         const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[q];
         if (!key || key->selection.empty() || size[q] == 0) continue;
         work.resize(dofs, width);
-        row.resize(static_cast<std::size_t>(width));
         for (std::int32_t k = 0; k < dofs; ++k) {
           const std::int32_t d = node.dofRows[k];
           const double x0 = initial[q].empty() ? 0.0 : initial[q].at(kernel, d);
-          std::fill(row.begin(), row.end(), 0.0);
-          kernel.seek(history[q] + d * rowBytes + static_cast<std::int64_t>(t0) * 8);
-          kernel.mapping.read(row.data(), static_cast<std::int64_t>(width) * 8);
+          readRow(q, d, t0, width, row.data());
           for (std::int32_t j = 0; j < width; ++j) {
             const double x = row[static_cast<std::size_t>(j)];
             work.at(k, j) = initial[q].empty() ? x : x - x0;
           }
         }
-        writeKeys(node, flagWord, *key, componentMap, work, tile);
+        writeKeys(node, flagWord, *key, components, work, tile);
       }
+      values.resize(static_cast<std::size_t>(width));
       for (std::int32_t r = 0; r < keyCount; ++r) {
         const auto p = static_cast<std::size_t>(r + static_cast<std::int64_t>(keyCount) * i);
-        for (std::int32_t j = 0; j < width; ++j) {
-          const double v = tile.at(r, j);
-          if (t0 + j == 0) {
-            first[p] = v;
-            high[p] = v;
-            low[p] = v;
-            continue;
-          }
-          if (v > high[p]) high[p] = v;
-          if (v < low[p]) low[p] = v;
-        }
+        for (std::int32_t j = 0; j < width; ++j) values[static_cast<std::size_t>(j)] = tile.at(r, j);
+        Extremes{&first[p], &high[p], &low[p]}.take(values.data(), t0, width);
       }
     }
   }

@@ -15,7 +15,9 @@ namespace Zarn {
 using namespace sections;
 
 void Request::storeRequiredRows(std::vector<std::int32_t>& rows) {
-  std::stable_sort(rows.begin(), rows.end());
+  // Equal integers are indistinguishable, so any ascending sort gives what a stable one does; rows gathered
+  // from nodes in file order often come sorted already.
+  if (!std::is_sorted(rows.begin(), rows.end())) std::sort(rows.begin(), rows.end());
   rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
   if (rows.empty()) failBecause("no requested ID is in the file (or none has a degree of freedom)");
   const auto count = static_cast<std::int32_t>(rows.size());

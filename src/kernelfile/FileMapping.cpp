@@ -253,6 +253,10 @@ void FileMapping::dropBlocks() {
     block.size = 0;
   }
   nextBlock_ = 0;
+  lastBlock_ = 0;
+  lastFetchOffset_ = 0;
+  lastFetchSize_ = 0;
+  walkBlock_ = kReadBlock;
 }
 
 // Whether the n bytes from the position may come from a positioned read: a read-write file of this object's own
@@ -270,16 +274,27 @@ const unsigned char* FileMapping::takeFromBlock(std::int64_t n) {
   // Blocks serve only while positioned reads may (with no mapping every read is dropped, as through the view). A
   // long read handed out in place comes from the view: blocks stay small, and so does a call's memory.
   if (n > kLargestBlock || !positionedReadFits(n)) return nullptr;
-  for (const Block& block : blocks_) {
+  // The block that served last is tried first: reads mostly follow one another.
+  for (int i = 0; i < kBlockCount; ++i) {
+    const int index = (lastBlock_ + i) % kBlockCount;
+    const Block& block = blocks_[index];
     if (block.size > 0 && position_ >= block.offset && position_ - block.offset <= block.size - n) {
+      lastBlock_ = index;
       const unsigned char* p = block.bytes.data() + (position_ - block.offset);
       seek(n, 1);
       return p;
     }
   }
-  // From the page that holds the position, at least kReadBlock bytes, never past the end of the file.
+  // From the page that holds the position, whole pages, never past the end of the file. A fetch that starts
+  // inside or right behind the previous one continues a walk through the file (records one after another, a
+  // read that straddles a block's end): each such fetch doubles, up to kLargestBlock, so that a walk over n bytes
+  // costs about log(n) reads instead of n / kReadBlock.
   const std::int64_t start = position_ - position_ % kReadBlock;
-  const std::int64_t size = std::min(std::max(position_ + n - start, kReadBlock), openSize_ - start);
+  const bool continuesWalk = lastFetchSize_ > 0 && start >= lastFetchOffset_ && start <= lastFetchOffset_ + lastFetchSize_;
+  walkBlock_ = continuesWalk ? std::min(2 * walkBlock_, kLargestBlock) : kReadBlock;
+  const std::int64_t needed = position_ + n - start;
+  const std::int64_t wholePages = (needed + kReadBlock - 1) / kReadBlock * kReadBlock;
+  const std::int64_t size = std::min(std::max(wholePages, walkBlock_), openSize_ - start);
   Block& block = blocks_[nextBlock_];
   block.size = 0;
   try {
@@ -290,6 +305,9 @@ const unsigned char* FileMapping::takeFromBlock(std::int64_t n) {
   if (!platform::calls().readAt(file_, start, block.bytes.data(), size)) return nullptr;
   block.offset = start;
   block.size = size;
+  lastFetchOffset_ = start;
+  lastFetchSize_ = size;
+  lastBlock_ = nextBlock_;
   nextBlock_ = (nextBlock_ + 1) % kBlockCount;
   const unsigned char* p = block.bytes.data() + (position_ - start);
   seek(n, 1);

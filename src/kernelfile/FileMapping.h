@@ -157,6 +157,10 @@ class FileMapping {
   };
   Block blocks_[kBlockCount];
   int nextBlock_ = 0;  // the block the next fetch replaces
+  int lastBlock_ = 0;  // the block that served the latest read
+  std::int64_t lastFetchOffset_ = 0;  // the file bytes the latest fetch read: [offset, offset + size)
+  std::int64_t lastFetchSize_ = 0;
+  std::int64_t walkBlock_ = kReadBlock;  // the size of the latest fetch of a walk (see takeFromBlock)
 };
 
 // The process-wide memory budget in bytes. Zero at load; nothing in the library sets it. When it is 1 or more,
