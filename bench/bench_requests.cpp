@@ -209,25 +209,32 @@ void floorCycle(const MappedFile& file) {
   os.closeFile(handle);
 }
 
-// Writes the nodal file, warms it and opens the handle on it, on the first nodal row that runs, so that a run
-// which filters the nodal rows out writes nothing. False, with the row skipped, when any of it fails.
-bool nodalReady(benchmark::State& state) {
-  static int ready = -1;  // -1: not tried yet, 0: failed, 1: ready
+// Runs `prepare` on the first call for `ready` (-1: not tried yet, then 0: failed, 1: ready), so that each file
+// is written by the first row that needs it and a run which filters those rows out writes nothing. False, with
+// the row skipped with `failure`, when preparing failed (now or before).
+bool preparedOnce(int& ready, benchmark::State& state, const char* failure, const std::function<bool()>& prepare) {
   if (ready < 0) {
     ready = 0;
-    gNodal.path = scratchPath("nodal");
     try {
-      std::fprintf(stderr, "writing %s ...\n", gNodal.path.c_str());
-      writeNodalFile();
-      std::fprintf(stderr, "%.2f GB written; warming the page cache ...\n",
-                   static_cast<double>(gNodal.size) / 1e9);
-      ready = mapAndWarm(gNodal) && TimeKernelOpen(gNodal.path.c_str(), &gHandle) == 0 ? 1 : 0;
+      ready = prepare() ? 1 : 0;
     } catch (const std::exception& e) {
       std::fprintf(stderr, "%s\n", e.what());
     }
   }
-  if (ready == 0) state.SkipWithError("the nodal file could not be written, mapped or opened");
+  if (ready == 0) state.SkipWithError(failure);
   return ready == 1;
+}
+
+// Writes the nodal file, warms it and opens the handle on it, on the first nodal row that runs.
+bool nodalReady(benchmark::State& state) {
+  static int ready = -1;
+  return preparedOnce(ready, state, "the nodal file could not be written, mapped or opened", [] {
+    gNodal.path = scratchPath("nodal");
+    std::fprintf(stderr, "writing %s ...\n", gNodal.path.c_str());
+    writeNodalFile();
+    std::fprintf(stderr, "%.2f GB written; warming the page cache ...\n", static_cast<double>(gNodal.size) / 1e9);
+    return mapAndWarm(gNodal) && TimeKernelOpen(gNodal.path.c_str(), &gHandle) == 0;
+  });
 }
 
 // ---- timing: the request and its baseline, alternately, inside one iteration ----
@@ -487,30 +494,22 @@ struct ShellBench {
 
 ShellBench gShell;
 
-// Writes the shell file (histories by degree of freedom and by step, load factors, records), warms it, and
-// fills the baselines' data, on the first element row that runs. False, with the row skipped, when that fails.
+// Writes the shell file (histories by degree of freedom and by step, load factors, records), warms it, and fills
+// the baselines' data, on the first element row that runs.
 bool shellReady(benchmark::State& state) {
-  static int ready = -1;  // -1: not tried yet, 0: failed, 1: ready
-  if (ready < 0) {
-    ready = 0;
+  static int ready = -1;
+  return preparedOnce(ready, state, "the shell file could not be written or mapped", [] {
     gShell.file.path = scratchPath("shells");
-    try {
-      std::fprintf(stderr, "writing %s ...\n", gShell.file.path.c_str());
-      gShell.layout = shellgrid::shellFile(gShellSteps, true, false).write(gShell.file.path);
-      keepLayout(gShell.layout, gShell.file);
-      std::fprintf(stderr, "%.2f GB written; warming the page cache ...\n", double(gShell.file.size) / 1e9);
-      if (mapAndWarm(gShell.file)) {
-        gShell.data.fill(gShellSteps);
-        gShell.elements = shellgrid::chosenElements(shellgrid::kElements);
-        for (const std::int32_t e : gShell.elements) gShell.ids.push_back(shellgrid::elementId(e));
-        ready = 1;
-      }
-    } catch (const std::exception& e) {
-      std::fprintf(stderr, "%s\n", e.what());
-    }
-  }
-  if (ready == 0) state.SkipWithError("the shell file could not be written or mapped");
-  return ready == 1;
+    std::fprintf(stderr, "writing %s ...\n", gShell.file.path.c_str());
+    gShell.layout = shellgrid::shellFile(gShellSteps, true, false).write(gShell.file.path);
+    keepLayout(gShell.layout, gShell.file);
+    std::fprintf(stderr, "%.2f GB written; warming the page cache ...\n", double(gShell.file.size) / 1e9);
+    if (!mapAndWarm(gShell.file)) return false;
+    gShell.data.fill(gShellSteps);
+    gShell.elements = shellgrid::chosenElements(shellgrid::kElements);
+    for (const std::int32_t e : gShell.elements) gShell.ids.push_back(shellgrid::elementId(e));
+    return true;
+  });
 }
 
 // Flag 1 on the shell file: all elements, the four keys, at `step` (0: all steps).
@@ -640,47 +639,42 @@ void stepBaseline(std::int32_t t, double* out) {
   }
 }
 
-// What the single-step request reads, copied out of the warm mapping: every element's record whole, and the
-// step's column of sections 15 and 16 (whole-model vectors) and of section 4. Returns the bytes copied.
-std::int64_t copyStepReads(std::int32_t t, std::vector<unsigned char>& buffer) {
+// Calls visit(position, size) for each byte range the single-step request reads: the step's column of sections
+// 15 and 16 (whole-model vectors) and of section 4, and every element's record whole.
+template <class Visit>
+void forEachStepRead(std::int32_t t, Visit visit) {
   const MappedFile& f = gShell.file;
-  std::int64_t bytes = 0;
-  auto copy = [&](std::int64_t at, std::int64_t size) {
-    if (std::int64_t(buffer.size()) < size) buffer.resize(std::size_t(size));
-    std::memcpy(buffer.data(), f.view + at, std::size_t(size));
-    benchmark::DoNotOptimize(buffer.data());
-    bytes += size;
-  };
   const std::int64_t column = std::int64_t(shellgrid::kModelDofs) * 8;
-  copy(f.payload(15) + t * column, column);
-  copy(f.payload(16) + t * column, column);
-  copy(f.payload(4) + std::int64_t(t) * shellgrid::kLoads * 8, shellgrid::kLoads * 8);
+  visit(f.payload(15) + t * column, column);
+  visit(f.payload(16) + t * column, column);
+  visit(f.payload(4) + std::int64_t(t) * shellgrid::kLoads * 8, std::int64_t(shellgrid::kLoads) * 8);
   const std::vector<std::int64_t>& records = gShell.layout.elementRecordOffsets;
   for (std::size_t r = 0; r < records.size(); ++r) {
     const std::int64_t end = r + 1 < records.size() ? records[r + 1] : f.size;
-    copy(records[r], end - records[r]);
+    visit(records[r], end - records[r]);
   }
+}
+
+// Those bytes copied out of the warm mapping. Returns the bytes copied.
+std::int64_t copyStepReads(std::int32_t t, std::vector<unsigned char>& buffer) {
+  std::int64_t bytes = 0;
+  forEachStepRead(t, [&](std::int64_t at, std::int64_t size) {
+    if (std::int64_t(buffer.size()) < size) buffer.resize(std::size_t(size));
+    std::memcpy(buffer.data(), gShell.file.view + at, std::size_t(size));
+    benchmark::DoNotOptimize(buffer.data());
+    bytes += size;
+  });
   return bytes;
 }
 
-// The same bytes through positioned reads (one per record and column), without a mapping.
+// The same bytes by one positioned read per range, without a mapping.
 void preadStepReads(std::int32_t t, std::vector<unsigned char>& buffer) {
   const platform::Calls& os = platform::systemCalls();
-  const MappedFile& f = gShell.file;
-  auto read = [&](std::int64_t at, std::int64_t size) {
+  forEachStepRead(t, [&](std::int64_t at, std::int64_t size) {
     if (std::int64_t(buffer.size()) < size) buffer.resize(std::size_t(size));
-    os.readAt(f.handle, at, buffer.data(), size);
+    os.readAt(gShell.file.handle, at, buffer.data(), size);
     benchmark::DoNotOptimize(buffer.data());
-  };
-  const std::int64_t column = std::int64_t(shellgrid::kModelDofs) * 8;
-  read(f.payload(15) + t * column, column);
-  read(f.payload(16) + t * column, column);
-  read(f.payload(4) + std::int64_t(t) * shellgrid::kLoads * 8, shellgrid::kLoads * 8);
-  const std::vector<std::int64_t>& records = gShell.layout.elementRecordOffsets;
-  for (std::size_t r = 0; r < records.size(); ++r) {
-    const std::int64_t end = r + 1 < records.size() ? records[r + 1] : f.size;
-    read(records[r], end - records[r]);
-  }
+  });
 }
 
 // The products of the single-step flow on data in memory: per element, the tile of 64 steps around step `t`
@@ -820,40 +814,32 @@ void writeMovedCopy(const std::string& from, const std::string& to, const kernel
   if (!in || !out) throw std::runtime_error("cannot write the moved copy " + to);
 }
 
+// Writes the memory file and its sparse copy, on the first memory row that runs. The copy is left out (and the
+// rows measure the compact file alone) when the file system does not keep holes.
 bool memoryReady(benchmark::State& state) {
-  static int ready = -1;  // -1: not tried yet, 0: failed, 1: ready
-  if (ready < 0) {
-    ready = 0;
+  static int ready = -1;
+  return preparedOnce(ready, state, "the memory files could not be written", [] {
     gMemory.compact = scratchPath("memory");
-    try {
-      std::fprintf(stderr, "writing %s ...\n", gMemory.compact.c_str());
-      const kernelwriter::Layout layout =
-          shellgrid::shellFile(gMemorySteps, false, true).write(gMemory.compact);
-      gMemory.compactSize = layout.fileSize;
-      ready = 1;
-      if (gLargeMemoryFile) {
-        gMemory.sparse = scratchPath("memory_sparse");
-        const Clock::time_point start = Clock::now();
-        writeMovedCopy(gMemory.compact, gMemory.sparse, layout);
-        struct stat st;
-        if (::stat(gMemory.sparse.c_str(), &st) != 0 ||
-            std::int64_t(st.st_blocks) * 512 > 2 * layout.fileSize) {
-          std::fprintf(stderr, "the file system does not keep holes: no 8 GB file\n");
-          std::error_code ignored;
-          std::filesystem::remove(gMemory.sparse, ignored);
-          gMemory.sparse.clear();
-        } else {
-          gMemory.sparseSize = st.st_size;
-          std::fprintf(stderr, "%.2f GB sparse copy written in %.1f s\n", double(st.st_size) / 1e9,
-                       std::chrono::duration<double>(Clock::now() - start).count());
-        }
-      }
-    } catch (const std::exception& e) {
-      std::fprintf(stderr, "%s\n", e.what());
+    std::fprintf(stderr, "writing %s ...\n", gMemory.compact.c_str());
+    const kernelwriter::Layout layout = shellgrid::shellFile(gMemorySteps, false, true).write(gMemory.compact);
+    gMemory.compactSize = layout.fileSize;
+    if (!gLargeMemoryFile) return true;
+    gMemory.sparse = scratchPath("memory_sparse");
+    const Clock::time_point start = Clock::now();
+    writeMovedCopy(gMemory.compact, gMemory.sparse, layout);
+    struct stat st;
+    if (::stat(gMemory.sparse.c_str(), &st) != 0 || std::int64_t(st.st_blocks) * 512 > 2 * layout.fileSize) {
+      std::fprintf(stderr, "the file system does not keep holes: no 8.6 GB file\n");
+      std::error_code ignored;
+      std::filesystem::remove(gMemory.sparse, ignored);
+      gMemory.sparse.clear();
+    } else {
+      gMemory.sparseSize = st.st_size;
+      std::fprintf(stderr, "%.2f GB sparse copy written in %.1f s\n", double(st.st_size) / 1e9,
+                   std::chrono::duration<double>(Clock::now() - start).count());
     }
-  }
-  if (ready == 0) state.SkipWithError("the memory files could not be written");
-  return ready == 1;
+    return true;
+  });
 }
 
 // What one measuring process reports.
