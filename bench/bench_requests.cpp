@@ -576,7 +576,7 @@ double largestDifference(const std::vector<double>& a, const std::vector<double>
 }
 
 // All 2,000 shells, 4 keys, all steps, against one DGEMM per term over all steps on the data in memory
-// (shellgrid::historyBaseline), with one square DGEMM in the same iteration for the machine's peak.
+// (shellgrid::historyBaseline), with five square DGEMMs in the same iteration for the machine's peak.
 void BM_ElementHistory(benchmark::State& state) {
   if (!shellReady(state)) return;
   const std::size_t length = gShell.elements.size() * shellgrid::kKeyCount * std::size_t(gShellSteps);
