@@ -64,8 +64,8 @@ struct HistoryInputs {
 
 // A request whose histories add up to less than this many bytes reads them by positioned reads: its few rows do
 // not repay a view's fixed cost. A larger one copies from views, whose cost is shared by many rows (measured: a
-// 1,000-node request copies faster from views than through a buffer).
-constexpr std::int64_t kStagedRequestLimit = 0x100000;
+// 1,000-node request copies faster from views than through a buffer, a 10-node one slower).
+constexpr std::int64_t kStagedRequestLimit = 0x400000;
 
 // Steps copied per tile: the block rows of one tile (keyCount x kTileSteps doubles) stay in the first-level cache
 // while every selected component of the quantity writes into them.

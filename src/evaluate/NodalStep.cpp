@@ -121,8 +121,11 @@ void evaluateNodalStep(Request& request, std::int32_t flagWord, std::int32_t ste
 
 namespace {
 
-// Steps formed together by the envelope's fast path.
-constexpr std::int32_t kEnvelopeTileSteps = 4096;
+// Steps formed together by the envelope's fast path where a node's entries are rotated together: its tile holds
+// every key at these steps, so it stays small however many keys are asked.
+constexpr std::int32_t kEnvelopeTileSteps = 256;
+// Steps of one row read at once where each item is formed from its own row: long reads, few of them.
+constexpr std::int32_t kEnvelopeRowSteps = 4096;
 
 // The running extremes of one envelope item: its value at step 0 and the largest and smallest so far.
 struct Extremes {
@@ -227,7 +230,7 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
       kernel.seek(history[q] + d * rowBytes + static_cast<std::int64_t>(t0) * 8);
       kernel.mapping.read(into, static_cast<std::int64_t>(width) * 8);
     };
-    row.resize(static_cast<std::size_t>(std::min(kEnvelopeTileSteps, steps)));
+    row.resize(static_cast<std::size_t>(std::min(kEnvelopeRowSteps, steps)));
     if (!(flags::has(flagWord, flags::kRotate) && node.transform.present())) {
       // Nothing mixes the node's entries: each selected item is its own row less its initial value, exactly what
       // writeKeys would pick from the work matrix, so it is formed and compared row by row.
@@ -243,8 +246,8 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
           const double x0 = subtract ? initial[q].at(kernel, d) : 0.0;
           const auto p = static_cast<std::size_t>(r + static_cast<std::int64_t>(keyCount) * i);
           const Extremes item{&first[p], &high[p], &low[p]};
-          for (std::int32_t t0 = 0; t0 < steps; t0 += kEnvelopeTileSteps) {
-            const std::int32_t width = std::min(kEnvelopeTileSteps, steps - t0);
+          for (std::int32_t t0 = 0; t0 < steps; t0 += kEnvelopeRowSteps) {
+            const std::int32_t width = std::min(kEnvelopeRowSteps, steps - t0);
             readRow(q, d, t0, width, row.data());
             if (subtract) {
               for (std::int32_t j = 0; j < width; ++j) row[static_cast<std::size_t>(j)] -= x0;
