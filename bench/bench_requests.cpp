@@ -871,16 +871,16 @@ void memoryRequest(char kind, std::vector<std::int32_t>& ids, const std::int32_t
 
 // Runs in a process of its own (the program started again with --tk_memory_child=<kind>,<steps>,<path>): one
 // memory row's request on one file, measured as the header comment says, then checked; prints the figures.
-int memoryChild(const std::string& spec) {
+int memoryChild(const std::string& argument) {
   // Nothing the allocator takes is given back to the system from here on, so what the call touched stays
   // counted.
   mallopt(M_MMAP_MAX, 0);
   mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
-  const std::size_t comma = spec.find(','), second = spec.find(',', comma + 1);
-  if (spec.empty() || comma == std::string::npos || second == std::string::npos) return 2;
-  const char kind = spec[0];
-  const std::int32_t steps = std::atoi(spec.c_str() + comma + 1);
-  const std::string path = spec.substr(second + 1);
+  const std::size_t comma = argument.find(','), second = argument.find(',', comma + 1);
+  if (argument.empty() || comma == std::string::npos || second == std::string::npos) return 2;
+  const char kind = argument[0];
+  const std::int32_t steps = std::atoi(argument.c_str() + comma + 1);
+  const std::string path = argument.substr(second + 1);
   std::vector<std::int32_t> ids;
   const std::int32_t* keys = nullptr;
   std::int32_t keyCount = 0, flags = 0;
