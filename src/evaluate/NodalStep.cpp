@@ -133,17 +133,26 @@ struct Extremes {
   double* high;
   double* low;
   // Takes the values of steps [t0, t0 + count) in step order, as the step-by-step envelope compares them.
-  void take(const double* values, std::int32_t t0, std::int32_t count) const {
+  void take(const double* values, std::int32_t t0, std::int32_t count) const { take<false>(values, t0, count, 0.0); }
+  // The same for the values less x0, each formed as the single step forms it.
+  void takeLess(const double* stored, std::int32_t t0, std::int32_t count, double x0) const {
+    take<true>(stored, t0, count, x0);
+  }
+
+ private:
+  template <bool kSubtract>
+  void take(const double* values, std::int32_t t0, std::int32_t count, double x0) const {
     std::int32_t j = 0;
     if (t0 == 0 && count > 0) {
-      *first = values[0];
-      *high = values[0];
-      *low = values[0];
+      const double v = kSubtract ? values[0] - x0 : values[0];
+      *first = v;
+      *high = v;
+      *low = v;
       j = 1;
     }
     double h = *high, l = *low;
     for (; j < count; ++j) {
-      const double v = values[j];
+      const double v = kSubtract ? values[j] - x0 : values[j];
       if (v > h) h = v;
       if (v < l) l = v;
     }
@@ -214,7 +223,7 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
   low.assign(static_cast<std::size_t>(n), 0.0);
   ComponentIndex components;
   Matrix work, tile;
-  std::vector<double> row, values;
+  std::vector<double> row, values, rows;
   for (std::int32_t i = 0; i < ids; ++i) {
     const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
     if (offset < 0) continue;
@@ -237,6 +246,23 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
       for (std::int32_t q = 0; q < 3; ++q) {
         const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[q];
         if (!key || key->selection.empty() || size[q] == 0) continue;
+        // The rows of the node's selected items lie together in the file (every row that a step would gather is
+        // inside it); when they are few, one read brings them all.
+        std::int32_t lowestRow = INT32_MAX, highestRow = -1;
+        for (const IdMap::Entry& selected : key->selection) {
+          const std::int32_t k = components.find(selected.key);
+          if (k < 0 || k >= dofs || selected.value < 0 || selected.value >= keyCount) continue;
+          lowestRow = std::min(lowestRow, node.dofRows[k]);
+          highestRow = std::max(highestRow, node.dofRows[k]);
+        }
+        if (highestRow < 0) continue;
+        const std::int64_t span = (static_cast<std::int64_t>(highestRow) - lowestRow + 1) * rowBytes;
+        const bool together = span < FileMapping::kPositionedReadLimit;
+        if (together) {
+          rows.resize(static_cast<std::size_t>(span / 8));
+          kernel.seek(history[q] + lowestRow * rowBytes);
+          if (!kernel.mapping.read(rows.data(), span)) std::fill(rows.begin(), rows.end(), 0.0);
+        }
         for (const IdMap::Entry& selected : key->selection) {
           const std::int32_t k = components.find(selected.key);
           const std::int32_t r = selected.value;
@@ -248,11 +274,17 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
           const Extremes item{&first[p], &high[p], &low[p]};
           for (std::int32_t t0 = 0; t0 < steps; t0 += kEnvelopeRowSteps) {
             const std::int32_t width = std::min(kEnvelopeRowSteps, steps - t0);
-            readRow(q, d, t0, width, row.data());
-            if (subtract) {
-              for (std::int32_t j = 0; j < width; ++j) row[static_cast<std::size_t>(j)] -= x0;
+            const double* stored = row.data();
+            if (together) {
+              stored = rows.data() + (static_cast<std::int64_t>(d) - lowestRow) * steps + t0;
+            } else {
+              readRow(q, d, t0, width, row.data());
             }
-            item.take(row.data(), t0, width);
+            if (subtract) {
+              item.takeLess(stored, t0, width, x0);
+            } else {
+              item.take(stored, t0, width);
+            }
           }
         }
       }
