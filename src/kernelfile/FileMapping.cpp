@@ -256,6 +256,8 @@ void FileMapping::dropBlocks() {
   lastBlock_ = 0;
   lastFetchOffset_ = 0;
   lastFetchSize_ = 0;
+  lastFetchBlock_ = -1;
+  servedFromLastFetch_ = 0;
   walkBlock_ = kReadBlock;
 }
 
@@ -280,17 +282,20 @@ const unsigned char* FileMapping::takeFromBlock(std::int64_t n) {
     const Block& block = blocks_[index];
     if (block.size > 0 && position_ >= block.offset && position_ - block.offset <= block.size - n) {
       lastBlock_ = index;
+      if (index == lastFetchBlock_) servedFromLastFetch_ += n;
       const unsigned char* p = block.bytes.data() + (position_ - block.offset);
       seek(n, 1);
       return p;
     }
   }
   // From the page that holds the position, whole pages, never past the end of the file. A fetch that starts
-  // inside or right behind the previous one continues a walk through the file (records one after another, a
-  // read that straddles a block's end): each such fetch doubles, up to kLargestBlock, so that a walk over n bytes
-  // costs about log(n) reads instead of n / kReadBlock.
+  // inside or right behind the previous one, after reads used at least half of that one, continues a walk
+  // through the file (records one after another, a read that straddles a block's end): each such fetch doubles,
+  // up to kLargestBlock, so that a walk over n bytes costs about log(n) reads instead of n / kReadBlock. Reads
+  // that skip along (a few records far apart) keep fetching single pages.
   const std::int64_t start = position_ - position_ % kReadBlock;
-  const bool continuesWalk = lastFetchSize_ > 0 && start >= lastFetchOffset_ && start <= lastFetchOffset_ + lastFetchSize_;
+  const bool continuesWalk = lastFetchSize_ > 0 && start >= lastFetchOffset_ &&
+                             start <= lastFetchOffset_ + lastFetchSize_ && 2 * servedFromLastFetch_ >= lastFetchSize_;
   walkBlock_ = continuesWalk ? std::min(2 * walkBlock_, kLargestBlock) : kReadBlock;
   const std::int64_t needed = position_ + n - start;
   const std::int64_t wholePages = (needed + kReadBlock - 1) / kReadBlock * kReadBlock;
@@ -307,6 +312,8 @@ const unsigned char* FileMapping::takeFromBlock(std::int64_t n) {
   block.size = size;
   lastFetchOffset_ = start;
   lastFetchSize_ = size;
+  lastFetchBlock_ = nextBlock_;
+  servedFromLastFetch_ = n;
   lastBlock_ = nextBlock_;
   nextBlock_ = (nextBlock_ + 1) % kBlockCount;
   const unsigned char* p = block.bytes.data() + (position_ - start);

@@ -160,6 +160,8 @@ class FileMapping {
   int lastBlock_ = 0;  // the block that served the latest read
   std::int64_t lastFetchOffset_ = 0;  // the file bytes the latest fetch read: [offset, offset + size)
   std::int64_t lastFetchSize_ = 0;
+  int lastFetchBlock_ = -1;                // the block the latest fetch filled
+  std::int64_t servedFromLastFetch_ = 0;  // bytes that reads have taken from it so far
   std::int64_t walkBlock_ = kReadBlock;  // the size of the latest fetch of a walk (see takeFromBlock)
 };
 
