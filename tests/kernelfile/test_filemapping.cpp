@@ -402,6 +402,50 @@ TEST_F(PositionedReadTest, ALongerReadGoesStraightIntoItsDestination) {
   EXPECT_EQ(counter.counts().mapView, 0);
 }
 
+TEST_F(PositionedReadTest, AWalkThroughConsecutiveBytesFetchesGrowingBlocks) {
+  openPatternFile(200000);
+  PlatformCallCounter counter;
+  // 12-byte records one after another over 180,000 bytes, as a walk over node records reads them.
+  for (std::int64_t at = 0; at + 12 <= 180000; at += 12) {
+    mapping.seek(at, 0);
+    const unsigned char* p = mapping.take(12);
+    ASSERT_NE(p, nullptr);
+    ASSERT_TRUE(matchesPattern(p, at, 12, 200000)) << at;
+  }
+  // Blocks of 4, 8, 16, 32 and then 64 KiB cover 180,000 bytes in a handful of fetches (a record that straddles a
+  // block's end starts the next block at its own page, so blocks overlap by a page), where single pages would
+  // take 44.
+  EXPECT_LE(counter.counts().readAt, 8);
+  EXPECT_EQ(counter.counts().mapView, 0);
+}
+
+TEST_F(PositionedReadTest, ReadsThatSkipAlongFetchSinglePages) {
+  openPatternFile(200000);
+  PlatformCallCounter counter;
+  // One 8-byte read every 5,000 bytes: each lands just past the page of the one before, and uses little of it.
+  std::int64_t fetchedBytes = 0;
+  platform::Calls& table = platform::calls();
+  static std::int64_t* total = nullptr;
+  total = &fetchedBytes;
+  static bool (*forward)(platform::FileHandle, std::int64_t, void*, std::int64_t) = nullptr;
+  forward = table.readAt;
+  table.readAt = [](platform::FileHandle file, std::int64_t offset, void* destination, std::int64_t size) {
+    *total += size;
+    return forward(file, offset, destination, size);
+  };
+  int reads = 0;
+  for (std::int64_t at = 0; at + 8 <= 200000; at += 5000) {
+    unsigned char bytes[8] = {};
+    mapping.seek(at, 0);
+    ASSERT_TRUE(mapping.read(bytes, 8));
+    ASSERT_TRUE(matchesPattern(bytes, at, 8, 200000)) << at;
+    ++reads;
+  }
+  // Every fetch is one page (or two when a read straddles a page's end), never a grown block.
+  EXPECT_EQ(counter.counts().readAt, reads);
+  EXPECT_LE(fetchedBytes, reads * 2 * 4096);
+}
+
 TEST_F(PositionedReadTest, AReadOfAMebibyteOrMoreUsesTheView) {
   openPatternFile(3 * 0x100000);
   mapping.windowSize = 0x100000;
