@@ -55,6 +55,7 @@
 #include <string>
 #include <vector>
 
+#include "OneBlasThread.h"
 #include "ProcStatus.h"
 #include "ShellGrid.h"
 #include "cycle/OutputRequest.h"
@@ -184,12 +185,7 @@ BENCHMARK(BM_ElementHistory)
 }  // namespace
 
 int main(int argc, char** argv) {
-  // The BLAS library reads its thread count when it is loaded, before main: set it and start again.
-  if (std::getenv("OPENBLAS_NUM_THREADS") == nullptr) {
-    setenv("OPENBLAS_NUM_THREADS", "1", 1);
-    execv("/proc/self/exe", argv);
-    std::fprintf(stderr, "cannot restart with OPENBLAS_NUM_THREADS=1; BLAS may use several threads\n");
-  }
+  runBlasOnOneThread(argv);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   gBench.path =

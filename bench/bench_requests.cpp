@@ -95,6 +95,7 @@
 #include <string>
 #include <vector>
 
+#include "OneBlasThread.h"
 #include "ProcStatus.h"
 #include "ShellGrid.h"
 #include "TimeKernel.h"
@@ -1008,12 +1009,7 @@ BENCHMARK_CAPTURE(BM_PeakAnonMemory, element, 'e')
 }  // namespace
 
 int main(int argc, char** argv) {
-  // The BLAS library reads its thread count when it is loaded, before main: set it and start again.
-  if (std::getenv("OPENBLAS_NUM_THREADS") == nullptr) {
-    setenv("OPENBLAS_NUM_THREADS", "1", 1);
-    execv("/proc/self/exe", argv);
-    std::fprintf(stderr, "cannot restart with OPENBLAS_NUM_THREADS=1; BLAS may use several threads\n");
-  }
+  runBlasOnOneThread(argv);
   if (argc == 2 && std::strncmp(argv[1], "--tk_memory_child=", 18) == 0) return memoryChild(argv[1] + 18);
   // Our own flags first; Google Benchmark refuses flags it does not know.
   int kept = 1;

@@ -10,11 +10,11 @@
 #include "evaluate/Flags.h"
 #include "evaluate/NodalAssembly.h"
 #include "evaluate/NodalFlows.h"
+#include "evaluate/NodeWalk.h"
 #include "evaluate/StepColumn.h"
 #include "base/Checked.h"
 #include "evaluate/ElementReader.h"
 #include "kernelfile/Sections.h"
-#include "base/ClearOnExit.h"
 #include "base/Failure.h"
 
 namespace Zarn {
@@ -101,22 +101,16 @@ void evaluateNodalStep(Request& request, std::int32_t flagWord, std::int32_t ste
     }
   }
 
-  TK_CHECK(static_cast<bool>(request.nodePrototype));
-  TimeKernelNode& node = *request.nodePrototype;
   const StepInputs in{flagWord, baseMotion, state, initial};
   Vector gathered[3];
   ComponentIndex components;
-  for (std::int32_t i = 0; i < ids && i < result.cols; ++i) {
-    const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
-    if (offset < 0) continue;
-    kernel.seek(offset);
-    ClearOnExit<TimeKernelNode> clearNode(node);
-    readNode(kernel, node);
-    if (node.dofRows.size == 0) continue;
+  forEachRequestedNode(request, result.cols, [&](std::int32_t i, const TimeKernelNode& node) {
+    if (node.dofRows.size == 0) return true;
     Matrix block = Matrix::view(result.rows, 1, result.data + static_cast<std::int64_t>(i) * result.stride,
                                 result.rows);
     assembleNodeStep(request, node, in, gathered, components, block);
-  }
+    return true;
+  });
 }
 
 namespace {
@@ -194,17 +188,10 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
     initial[q].openInitial(kernel, q, false);
     if (size[q] != 0 && !initial[q].empty()) TK_CHECK(initial[q].size() >= size[q]);
   }
-  TK_CHECK(static_cast<bool>(request.nodePrototype));
-  TimeKernelNode& node = *request.nodePrototype;
   const auto ids = static_cast<std::int32_t>(request.requestedOffsets.size());
   const std::int64_t rowBytes = static_cast<std::int64_t>(steps) * 8;
   // First pass: every row that a step would gather must exist and lie inside the file.
-  for (std::int32_t i = 0; i < ids; ++i) {
-    const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
-    if (offset < 0) continue;
-    kernel.seek(offset);
-    ClearOnExit<TimeKernelNode> clearNode(node);
-    readNode(kernel, node);
+  const bool rowsInFile = forEachRequestedNode(request, ids, [&](std::int32_t, const TimeKernelNode& node) {
     for (std::int32_t q = 0; q < 3; ++q) {
       const counted_ptr<TimeKernelKeyInfo>& key = request.keySet.nodeKeys[q];
       if (!key || key->selection.empty() || size[q] == 0) continue;
@@ -215,7 +202,9 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
         if (!checkedMulAdd(d, rowBytes, history[q], &at) || !kernel.mapping.liesInsideFile(at, rowBytes)) return false;
       }
     }
-  }
+    return true;
+  });
+  if (!rowsInFile) return false;
 
   const std::int64_t n = static_cast<std::int64_t>(keyCount) * ids;
   first.assign(static_cast<std::size_t>(n), 0.0);
@@ -224,13 +213,8 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
   ComponentIndex components;
   Matrix work, tile;
   std::vector<double> row, values, rows;
-  for (std::int32_t i = 0; i < ids; ++i) {
-    const std::int64_t offset = request.requestedOffsets[static_cast<std::size_t>(i)];
-    if (offset < 0) continue;
-    kernel.seek(offset);
-    ClearOnExit<TimeKernelNode> clearNode(node);
-    readNode(kernel, node);
-    if (node.dofRows.size == 0) continue;
+  forEachRequestedNode(request, ids, [&](std::int32_t i, const TimeKernelNode& node) {
+    if (node.dofRows.size == 0) return true;
     components.build(node);
     const std::int32_t dofs = node.dofRows.size;
     // Reads steps [t0, t0 + width) of row d of quantity q into `into` (zeros where nothing could be read).
@@ -288,7 +272,7 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
           }
         }
       }
-      continue;
+      return true;
     }
     for (std::int32_t t0 = 0; t0 < steps; t0 += kEnvelopeTileSteps) {
       const std::int32_t width = std::min(kEnvelopeTileSteps, steps - t0);
@@ -316,7 +300,8 @@ bool envelopeFromHistories(Request& request, std::int32_t flagWord, std::int32_t
         Extremes{&first[p], &high[p], &low[p]}.take(values.data(), t0, width);
       }
     }
-  }
+    return true;
+  });
   return true;
 }
 

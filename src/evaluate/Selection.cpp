@@ -7,6 +7,7 @@
 #include "base/ClearOnExit.h"
 #include "base/Failure.h"
 #include "evaluate/ElementReader.h"
+#include "evaluate/NodeWalk.h"
 #include "evaluate/Request.h"
 #include "kernelfile/Sections.h"
 
@@ -33,15 +34,10 @@ void Request::storeRequiredRows(std::vector<std::int32_t>& rows) {
 void Request::selectNodes(const RequestList& list) {
   kernel.findRecords(kNodeDirectory, list.values, list.count, list.stride, requestedOffsets);
   std::vector<std::int32_t> rows;
-  TK_CHECK(static_cast<bool>(nodePrototype));
-  TimeKernelNode& node = *nodePrototype;
-  for (const std::int64_t offset : requestedOffsets) {
-    if (offset < 0) continue;
-    kernel.seek(offset);
-    ClearOnExit<TimeKernelNode> clearNode(node);
-    readNode(kernel, node);
+  forEachRequestedNode(*this, INT32_MAX, [&rows](std::int32_t, const TimeKernelNode& node) {
     rows.insert(rows.end(), node.dofRows.data, node.dofRows.data + node.dofRows.size);
-  }
+    return true;
+  });
   storeRequiredRows(rows);
 }
 
