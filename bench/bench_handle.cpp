@@ -31,6 +31,7 @@
 #include <thread>
 #include <vector>
 
+#include "NodeGrid.h"
 #include "TimeKernel.h"
 #include "kernelwriter/KernelWriter.h"
 
@@ -38,10 +39,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::int32_t kDofsPerNode = 6;
+using nodegrid::kDofsPerNode;
+using nodegrid::nodeId;
 constexpr std::int32_t kNodes = 2084;
 constexpr std::int32_t kSteps = 5000;
-constexpr std::int32_t nodeId(std::int32_t n) { return 1000 + n; }
 
 std::string gSmall, gLarge;  // the 1 GB and the 4 GB file
 
@@ -58,11 +59,7 @@ std::string writeFile(const char* stem, std::int32_t nodes) {
   std::vector<double> initial(static_cast<std::size_t>(dofs));
   for (std::int32_t d = 0; d < dofs; ++d) initial[static_cast<std::size_t>(d)] = 0.5e-3 * d;
   for (int s = 8; s <= 10; ++s) f.setMatrix(s, dofs, 1, initial);
-  for (std::int32_t n = 0; n < nodes; ++n) {
-    std::vector<std::uint32_t> rows;
-    for (std::int32_t j = 0; j < kDofsPerNode; ++j) rows.push_back(static_cast<std::uint32_t>(kDofsPerNode * n + j));
-    f.addNode(nodeId(n), kernelwriter::NodeRecord::make(rows, {-999, -998, -997, -996, -995, -994}));
-  }
+  nodegrid::addNodes(f, nodes);
   const kernelwriter::Layout layout = f.write(path);
   std::fprintf(stderr, "%s: %.2f GB written\n", path.c_str(), static_cast<double>(layout.fileSize) / 1e9);
   return path;

@@ -27,6 +27,7 @@
 #include <string>
 #include <vector>
 
+#include "NodeGrid.h"
 #include "TimeKernel.h"
 #include "kernelfile/platform.h"
 #include "kernelwriter/KernelWriter.h"
@@ -36,16 +37,14 @@ namespace {
 namespace platform = Zarn::platform;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::int32_t kDofsPerNode = 6;
+using nodegrid::kDofsPerNode;
 constexpr std::int32_t kNodes = 2084;
 constexpr std::int32_t kDofs = kNodes * kDofsPerNode;
 constexpr std::int32_t kSteps = 10000;
 constexpr std::int32_t kHistorySection = 21;
 constexpr std::int32_t kKeys[kDofsPerNode] = {102, 103, 104, 106, 107, 108};
 
-// Node n has the rows 6n .. 6n+5 and the codes of the three translations and three rotations, no transform.
-// Its id is 1000 + n.
-constexpr std::int32_t nodeId(std::int32_t n) { return 1000 + n; }
+using nodegrid::nodeId;  // node n: rows 6n .. 6n+5, translations and rotations (NodeGrid.h)
 
 // The written file, the baseline's own mapping of it, and where section 21's payload starts.
 struct BenchFile {
@@ -68,11 +67,7 @@ void writeFile(const std::string& path) {
   std::vector<double> initial(kDofs);
   for (std::int32_t d = 0; d < kDofs; ++d) initial[d] = 0.5e-3 * d;
   for (int s = 8; s <= 10; ++s) f.setMatrix(s, kDofs, 1, initial);  // initial state without base motion
-  for (std::int32_t n = 0; n < kNodes; ++n) {
-    std::vector<std::uint32_t> rows;
-    for (std::int32_t j = 0; j < kDofsPerNode; ++j) rows.push_back(static_cast<std::uint32_t>(kDofsPerNode * n + j));
-    f.addNode(nodeId(n), kernelwriter::NodeRecord::make(rows, {-999, -998, -997, -996, -995, -994}));
-  }
+  nodegrid::addNodes(f, kNodes);
   const kernelwriter::Layout layout = f.write(path);
   gFile.historyPayload = layout.sectionPositions[kHistorySection] + kernelwriter::kSectionHeaderSize;
   gFile.size = layout.fileSize;
@@ -81,14 +76,8 @@ void writeFile(const std::string& path) {
 // Maps the whole file for the baseline through the system's own calls, and reads every page once so that the
 // page cache holds it.
 bool mapAndWarm() {
-  const platform::Calls& os = platform::systemCalls();
-  if (!os.openExisting(gFile.path.c_str(), &gFile.handle)) return false;
-  gFile.view = static_cast<unsigned char*>(os.mapView(gFile.handle, 0, gFile.size));
-  if (gFile.view == nullptr) return false;
-  unsigned sum = 0;
-  for (std::int64_t at = 0; at < gFile.size; at += 4096) sum += gFile.view[at];
-  benchmark::DoNotOptimize(sum);
-  return true;
+  gFile.view = nodegrid::mapAndWarm(gFile.path.c_str(), gFile.size, &gFile.handle);
+  return gFile.view != nullptr;
 }
 
 void release() {

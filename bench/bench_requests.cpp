@@ -95,6 +95,7 @@
 #include <string>
 #include <vector>
 
+#include "NodeGrid.h"
 #include "OneBlasThread.h"
 #include "ProcStatus.h"
 #include "ShellGrid.h"
@@ -110,7 +111,7 @@ namespace platform = Zarn::platform;
 using Clock = std::chrono::steady_clock;
 
 // ---- the nodal file ----
-constexpr std::int32_t kDofsPerNode = 6;
+using nodegrid::kDofsPerNode;
 std::int32_t kNodes = 1000;
 std::int32_t kDofs = kNodes * kDofsPerNode;
 std::int32_t kSteps = 5000;
@@ -118,7 +119,7 @@ std::int32_t kOneStep = kSteps / 2;  // 1-based step of the single-step rows
 constexpr std::int32_t kHistoryKeys[kDofsPerNode] = {102, 103, 104, 106, 107, 108};
 constexpr std::int32_t kTranslationKeys[3] = {102, 103, 104};
 
-std::int32_t nodeId(std::int32_t n) { return 1000 + n; }
+using nodegrid::nodeId;
 
 double nodalValue(std::int32_t quantity, std::int64_t step, std::int64_t dof) {
   return 1.0e-3 * static_cast<double>(dof) + 1.0e-7 * static_cast<double>(step) * (quantity + 1) +
@@ -158,24 +159,14 @@ void writeNodalFile() {
   std::vector<double> initial(kDofs);
   for (std::int32_t d = 0; d < kDofs; ++d) initial[static_cast<std::size_t>(d)] = 0.5e-3 * d;
   for (int s = 8; s <= 10; ++s) f.setMatrix(s, kDofs, 1, initial);
-  for (std::int32_t n = 0; n < kNodes; ++n) {
-    std::vector<std::uint32_t> rows;
-    for (std::int32_t j = 0; j < kDofsPerNode; ++j) rows.push_back(static_cast<std::uint32_t>(kDofsPerNode * n + j));
-    f.addNode(nodeId(n), kernelwriter::NodeRecord::make(rows, {-999, -998, -997, -996, -995, -994}));
-  }
+  nodegrid::addNodes(f, kNodes);
   keepLayout(f.write(gNodal.path), gNodal);
 }
 
 // Maps the whole file through the system's own calls and reads every page once, so the page cache holds it.
 bool mapAndWarm(MappedFile& file) {
-  const platform::Calls& os = platform::systemCalls();
-  if (!os.openExisting(file.path.c_str(), &file.handle)) return false;
-  file.view = static_cast<unsigned char*>(os.mapView(file.handle, 0, file.size));
-  if (file.view == nullptr) return false;
-  unsigned sum = 0;
-  for (std::int64_t at = 0; at < file.size; at += 4096) sum += file.view[at];
-  benchmark::DoNotOptimize(sum);
-  return true;
+  file.view = nodegrid::mapAndWarm(file.path.c_str(), file.size, &file.handle);
+  return file.view != nullptr;
 }
 
 void release(MappedFile& file) {
